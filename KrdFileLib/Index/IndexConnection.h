@@ -1,0 +1,101 @@
+#pragma once
+
+// The index database of a recording: the KRQ file, an SQLite database with
+// one table per kind of entity, whose rows carry each entity's fields and
+// the offset of its packet in the KRD file.
+//
+//   IndexConnection    the connection to one KRQ file and its batching of
+//                      writes into transactions (this file)
+//   SqlCommand         a statement text and its positional parameters
+//   SqlQuery           the cursor over the rows of one statement
+//   SqliteDatabase,
+//   SqlStatement       the RAII owners of SQLite's handles
+//   TableColumn*       typed columns that bind and read one value
+//   IndexTable         a table as a column list that writes its own SQL,
+//                      and a one-row buffer; one subclass per table
+//   IndexSchema        the CREATE TABLE texts of a new KRQ file
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "CommonLib/IClock.h"
+#include "CommonLib/NonCopyableClassBase.h"
+#include "KrdFileLib/Index/SqlCommand.h"
+#include "KrdFileLib/Index/SqlQuery.h"
+#include "KrdFileLib/Index/SqlStatement.h"
+#include "KrdFileLib/Index/SqliteDatabase.h"
+
+namespace Varnholt::KrdFiles::Index {
+
+// One file object's connection to its KRQ file. Recording writes many small
+// rows, so writes are grouped: while the connection is open a transaction is
+// always open, and it is committed after StatementsPerCommit() counted
+// statements, when CommitIfDue finds the commit interval passed since the
+// first of them, and on Close. Used only under its file object's lock.
+class IndexConnection : public CommonLib::NonCopyableClassBase {
+ public:
+  // A null clock stands for the process's real clock.
+  IndexConnection(std::string path, std::shared_ptr<const CommonLib::IClock> clock);
+  ~IndexConnection();
+
+  // Opens an existing KRQ file (code 4 when it cannot be opened).
+  void Open();
+  // Creates a KRQ file with the full schema. A file that already holds an
+  // index is left as it was and the connection ends closed.
+  void Create();
+  // Commits and closes; harmless when not open. The handle is closed even
+  // when the commit fails, and then the failure is reported.
+  void Close();
+
+  // Begin or commit the batch's transaction; each does nothing when there
+  // is nothing to do (a transaction already open, or none to commit).
+  void BeginTransaction();
+  void CommitTransaction();
+
+  // Runs one statement once, uncounted. True when it ran to its end, false
+  // when it produced a row.
+  bool ExecuteNonQuery(const SqlCommand& command);
+  // As ExecuteNonQuery, and counts the statement into the batch. Every
+  // insert, update and delete goes through here.
+  bool ExecuteCounted(const SqlCommand& command);
+  // A cursor prepared but not yet executed.
+  std::shared_ptr<SqlQuery> PrepareQuery(const SqlCommand& command);
+  // A cursor executed and standing on its first row, if any.
+  std::shared_ptr<SqlQuery> ExecuteQuery(const SqlCommand& command);
+
+  bool TableExists(const std::string& table_name);
+  // Switches the file to WAL and creates every index table.
+  void CreateTables();
+  // For rebuilding an index, where speed matters more than durability.
+  void DisableSynchronousWrites();
+  // Called by the maintenance thread: commits once the interval since the
+  // batch's first statement has passed.
+  void CommitIfDue();
+
+  int64_t LastInsertRowId() const;
+  bool IsOpen() const { return is_open_; }
+  int32_t PendingStatements() const { return pending_statements_; }
+  const std::string& Path() const { return path_; }
+
+ private:
+  void RequireOpen() const;
+  void StartSession(SqliteDatabase database);
+  void CloseWithoutThrowing() noexcept;
+  void CommitAndBegin();
+  // Prepare, bind, step and finalise; the one place statements are prepared.
+  SqlStatement Prepare(const std::string& text) const;
+  bool Run(const SqlCommand& command);
+  // SQLite rolls a transaction back by itself after some failures; this
+  // opens a new one so that the batch goes on inside a transaction.
+  void RestoreTransaction() noexcept;
+
+  std::string path_;
+  std::shared_ptr<const CommonLib::IClock> clock_;
+  SqliteDatabase database_;
+  bool is_open_ = false;
+  int32_t pending_statements_ = 0;
+  int64_t commit_deadline_ = 0;
+};
+
+}  // namespace Varnholt::KrdFiles::Index

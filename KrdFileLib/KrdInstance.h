@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "CommonLib/NonCopyableClassBase.h"
+
+namespace Varnholt::KrdFiles {
+
+namespace Packets {
+class PacketBase;
+}
+
+// The file object's handle on its KRD data file. The file only ever grows:
+// packets are appended at the end and handed to the operating system before
+// the call that wrote them returns. The one exception is the header at
+// offset 0, which reindexing may write over with an image of the same length.
+//
+// Reads check their range against the file's real length before they
+// allocate, so a length read from a damaged file never makes the library
+// allocate more than the file holds. An append that fails part-way is cut
+// back off, so the file stays a clean sequence of whole packets.
+// Not safe for concurrent use: the owning file object serialises its calls.
+class KrdInstance : public CommonLib::NonCopyableClassBase {
+ public:
+  explicit KrdInstance(std::string path);
+  ~KrdInstance();
+
+  const std::string& Path() const { return path_; }
+  // True when something exists at the path (a directory counts).
+  bool Exists() const;
+  bool IsOpen() const { return descriptor_ >= 0; }
+
+  // Creates a new, empty file; never overwrites or truncates an existing one.
+  void Create();
+  // Opens an existing file for reading and appending.
+  void Open();
+  void Close();
+
+  // Reads count bytes at offset into buffer (resized to count). Fails with
+  // "KRD file ended unexpectedly." when the range runs past the end.
+  void ReadBytes(uint64_t offset, uint64_t count, std::vector<uint8_t>& buffer);
+  // The file's length, which is also where the next packet will start.
+  uint64_t GetEndOffset() const;
+  // Appends bytes at the end of the file.
+  void Append(std::span<const uint8_t> bytes);
+  // Writes bytes over existing content at offset.
+  void WriteAt(uint64_t offset, std::span<const uint8_t> bytes);
+
+  // Gives a new packet the offset it will occupy once written, so that its
+  // index row can carry that offset before the packet is appended.
+  void AssignEndOffset(Packets::PacketBase& packet) const;
+  // Appends the packet's image and sets its size; its offset is not changed.
+  void WritePacket(Packets::PacketBase& packet);
+  // Writes the packet's image over itself at its own offset (the header only).
+  void RewriteInPlace(Packets::PacketBase& packet);
+
+ private:
+  void RequireOpen() const;
+  bool WriteAll(uint64_t offset, std::span<const uint8_t> bytes);
+
+  std::string path_;
+  int descriptor_ = -1;
+};
+
+}  // namespace Varnholt::KrdFiles

@@ -1,0 +1,108 @@
+// How counted statements are grouped into transactions.
+
+#include "KrdFileLib/Index/DataTable.h"
+#include "tests/Index/IndexTestSupport.h"
+
+namespace Varnholt::KrdFiles::Index {
+namespace {
+
+class IndexBatchingTest : public CreatedIndexTest {
+ protected:
+  // One counted insert of a data block of group 1 starting at `start`.
+  void InsertBlock(int64_t start) {
+    data_.channel_group_id.Set(1);
+    data_.start_time_offset.Set(start);
+    data_.end_time_offset.Set(start + 1);
+    data_.Insert(connection_, false);
+  }
+  void InsertBlocks(int64_t count) {
+    for (int64_t start = 0; start < count; ++start) InsertBlock(start);
+  }
+
+  DataTable data_;
+};
+
+TEST_F(IndexBatchingTest, TheHundredthCountedStatementCommitsTheBatch) {
+  InsertBlocks(99);
+  EXPECT_EQ(connection_.PendingStatements(), 99);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 0);
+
+  InsertBlock(99);
+  EXPECT_EQ(connection_.PendingStatements(), 0);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 100);
+
+  InsertBlock(100);  // a new transaction is open for the next batch
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 100);
+}
+
+TEST_F(IndexBatchingTest, CommitIfDueCommitsOnlyOnceTheIntervalHasStrictlyPassed) {
+  InsertBlock(0);
+  clock_->Advance(6000);
+  InsertBlock(1);  // the deadline runs from the batch's first statement
+  clock_->Advance(4000);
+  connection_.CommitIfDue();
+  EXPECT_EQ(connection_.PendingStatements(), 2);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 0);
+
+  clock_->Advance(1);
+  connection_.CommitIfDue();
+  EXPECT_EQ(connection_.PendingStatements(), 0);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 2);
+}
+
+TEST_F(IndexBatchingTest, AStatementAfterTheIntervalDoesNotCommitByItself) {
+  InsertBlock(0);
+  clock_->Advance(20000);
+  InsertBlock(1);
+  EXPECT_EQ(connection_.PendingStatements(), 2);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 0);
+}
+
+TEST_F(IndexBatchingTest, EveryStatementReadsTheCurrentLimits) {
+  SetCommitLimits(3, 500);
+  InsertBlocks(3);
+  EXPECT_EQ(connection_.PendingStatements(), 0);
+  InsertBlock(3);
+  clock_->Advance(501);
+  connection_.CommitIfDue();
+  EXPECT_EQ(connection_.PendingStatements(), 0);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 4);
+}
+
+TEST_F(IndexBatchingTest, CloseCommitsTheBatch) {
+  InsertBlocks(5);
+  connection_.Close();
+  EXPECT_FALSE(connection_.IsOpen());
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 5);
+}
+
+TEST_F(IndexBatchingTest, AFailedStatementIsNotCountedAndKeepsTheBatch) {
+  InsertBlocks(3);
+  EXPECT_EQ(Failure([&] { InsertBlock(2); }).first, 41);  // primary key taken
+  EXPECT_EQ(connection_.PendingStatements(), 3);
+  InsertBlock(3);
+  connection_.Close();
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 4);
+}
+
+// Rebuilding an index switches synchronous writes off with one counted
+// statement; it must also work when every statement commits.
+class IndexDisableSynchronousWritesTest : public CreatedIndexTest,
+                                          public ::testing::WithParamInterface<int32_t> {};
+
+TEST_P(IndexDisableSynchronousWritesTest, CountsItsPragmaAndKeepsATransactionOpen) {
+  const int32_t batch_size = GetParam();
+  SetCommitLimits(batch_size, kDefaultCommitIntervalMs);
+  connection_.DisableSynchronousWrites();
+  EXPECT_EQ(connection_.PendingStatements(), batch_size == 1 ? 0 : 1);
+  EXPECT_EQ(QueryInt64(connection_, "PRAGMA synchronous"), 0);
+
+  DataTable data;
+  data.Insert(connection_, false);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), batch_size == 1 ? 1 : 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(BatchSizes, IndexDisableSynchronousWritesTest, ::testing::Values(100, 1));
+
+}  // namespace
+}  // namespace Varnholt::KrdFiles::Index
