@@ -1,0 +1,43 @@
+#include "KrdFileLibApi/MaintenanceThread.h"
+
+namespace Varnholt::KrdFiles {
+
+MaintenanceThread::MaintenanceThread(const KrfFileTable& table,
+                                     std::shared_ptr<const CommonLib::IClock> clock)
+    : table_(table), clock_(std::move(clock)) {}
+
+MaintenanceThread::~MaintenanceThread() { Stop(); }
+
+void MaintenanceThread::Start() {
+  if (worker_.joinable()) return;
+  stop_requested_ = false;
+  worker_ = std::thread([this] { Run(); });
+}
+
+void MaintenanceThread::Stop() {
+  stop_requested_ = true;
+  if (worker_.joinable() && worker_.get_id() != std::this_thread::get_id()) worker_.join();
+}
+
+void MaintenanceThread::Run() {
+  const std::shared_ptr<const CommonLib::IClock> clock = clock_;
+  while (!stop_requested_) {
+    RunPass(table_);
+    clock->Sleep(kPauseMs);
+  }
+}
+
+void MaintenanceThread::RunPass(const KrfFileTable& table) {
+  for (std::size_t slot = 0; slot < table.SlotCount(); ++slot) {
+    std::shared_ptr<KrfFileBase> file = table.FileInSlot(slot);  // table lock only
+    if (!file) continue;
+    try {
+      file->CommitIndexIfDue();  // file lock only
+    } catch (...) {
+      // A failed commit stays pending; the next pass or the file's own next
+      // statement tries again, and the host hears of it from that call.
+    }
+  }
+}
+
+}  // namespace Varnholt::KrdFiles
