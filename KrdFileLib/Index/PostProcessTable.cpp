@@ -9,7 +9,10 @@ PostProcessTable::PostProcessTable() : IndexTable(kTableName) {
 }
 
 void PostProcessTable::ShiftPostProcessIndexes(IndexConnection& connection) const {
-  if (!Exists(connection, {&channel_id, &post_process_index})) return;
+  if (Exists(connection, {&channel_id, &post_process_index})) ShiftIndexesFrom(connection);
+}
+
+void PostProcessTable::ShiftIndexesFrom(IndexConnection& connection) const {
   const std::string& index = post_process_index.Name();
   SqlCommand command("update " + TableName() + " set " + index + " = " + index + " + 1 where " +
                      channel_id.Name() + " = @channelId and " + index + " >= @indexValue");

@@ -18,6 +18,11 @@ class PostProcessTable final : public IndexTable {
   // if a step holds that position, it and every later step of the channel
   // move up by one. Only the index changes; recorded packets keep theirs.
   void ShiftPostProcessIndexes(IndexConnection& connection) const;
+  // Moves every step of the buffer's channel at or after the buffer's
+  // post_process_index up by one, whether or not a step holds that position.
+  // Adding a step always does this, so a step added at a free position still
+  // goes before the steps that follow it.
+  void ShiftIndexesFrom(IndexConnection& connection) const;
 
   UInt32Column post_process_id{"post_process_id"};
   UInt16Column channel_id{"channel_id"};

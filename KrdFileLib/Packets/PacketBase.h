@@ -69,6 +69,16 @@ class PacketBase : public CommonLib::PolymorphicBasedClassBase,
                         uint64_t max_bytes = ~uint64_t{0});
   // Fails with "extra data" when bytes remain after the last field.
   static void RequireFullyConsumed(const PacketReader& reader);
+  // The reading constructors' common path: reads the body (or its first
+  // max_bytes), lets decode take the fields in order, then requires that
+  // nothing is left over.
+  template <typename Decode>
+  static void DecodeBody(KrdInstance& file, const PacketFrame& frame, Decode decode,
+                         uint64_t max_bytes = ~uint64_t{0}) {
+    PacketReader reader(ReadBody(file, frame, max_bytes));
+    decode(reader);
+    RequireFullyConsumed(reader);
+  }
 
   // Signed so that the index's offset columns can point straight at it.
   int64_t file_offset_;

@@ -1,0 +1,60 @@
+#include "KrdFileLib/Packets/ChannelGroupPacket.h"
+
+#include "KrdFileLib/DataTypeRegistry.h"
+#include "KrdFileLib/Errors.h"
+
+namespace Varnholt::KrdFiles::Packets {
+
+ChannelGroupPacket::ChannelGroupPacket(uint32_t time_base_divisor, uint8_t channel_count,
+                                       uint16_t data_type)
+    : IndexedPacket(PacketTypeId::kChannelGroup),
+      time_base_divisor_(time_base_divisor),
+      channel_count_(channel_count),
+      data_type_(data_type) {
+  BindRow();
+}
+
+ChannelGroupPacket::ChannelGroupPacket(KrdInstance& file, const PacketFrame& frame)
+    : IndexedPacket(frame) {
+  BindRow();
+  DecodeBody(file, frame, [this](PacketReader& body) {
+    group_id_ = body.ReadUInt16();
+    time_base_divisor_ = body.ReadUInt32();
+    channel_count_ = body.ReadUInt8();
+    data_type_ = body.ReadUInt16();
+  });
+}
+
+void ChannelGroupPacket::BindRow() {
+  row_.group_id.PointAt(&group_id_);
+  row_.time_base_divisor.PointAt(&time_base_divisor_);
+  row_.channel_count.PointAt(&channel_count_);
+  row_.data_type.PointAt(&data_type_);
+}
+
+std::shared_ptr<ChannelGroupPacket> ChannelGroupPacket::Find(Index::IndexConnection& connection,
+                                                             uint16_t group_id) {
+  auto group = std::make_shared<ChannelGroupPacket>(0, 0, 0);
+  group->group_id_ = group_id;
+  if (!group->LoadByKey(connection)) {
+    throw Errors::ChannelGroupNotFound(group_id);
+  }
+  return group;
+}
+
+uint32_t ChannelGroupPacket::SampleSize() const {
+  return DataTypeRegistry::Process().SampleSize(data_type_);
+}
+
+uint64_t ChannelGroupPacket::FrameSize() const { return uint64_t{channel_count_} * SampleSize(); }
+
+Bytes ChannelGroupPacket::GetBodyBytes() const {
+  Bytes body;
+  PutUInt16(body, group_id_);
+  PutUInt32(body, time_base_divisor_);
+  PutUInt8(body, channel_count_);
+  PutUInt16(body, data_type_);
+  return body;
+}
+
+}  // namespace Varnholt::KrdFiles::Packets

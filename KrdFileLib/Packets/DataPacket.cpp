@@ -1,0 +1,111 @@
+#include "KrdFileLib/Packets/DataPacket.h"
+
+#include "KrdFileLib/Errors.h"
+#include "KrdFileLib/Packets/ChannelGroupPacket.h"
+#include "KrdFileLib/Packets/ParsePacket.h"
+
+namespace Varnholt::KrdFiles::Packets {
+
+namespace {
+
+// Frames in sample_bytes; code 47 unless they are whole frames, and at
+// least one. A zero frame size holds no whole frame of any bytes.
+uint64_t CountFrames(uint64_t frame_size, uint64_t sample_bytes) {
+  const bool whole_frames = frame_size == 0 ? sample_bytes == 0 : sample_bytes % frame_size == 0;
+  if (!whole_frames) throw Errors::DataNotFrameMultiple();
+  if (sample_bytes == 0) throw Errors::DataEmpty();
+  return sample_bytes / frame_size;
+}
+
+// The row of the one block that command selects, if any.
+std::optional<Index::DataRecordRef> SelectBlock(Index::IndexConnection& connection,
+                                                const Index::SqlCommand& command) {
+  Index::DataTable table;
+  Index::DataRecordRef block;
+  table.start_time_offset.PointAt(&block.start_time_offset);
+  table.end_time_offset.PointAt(&block.end_time_offset);
+  table.offset.PointAt(&block.offset);
+  if (!table.SelectFirst(connection, command)) return std::nullopt;
+  return block;
+}
+
+}  // namespace
+
+DataPacket::DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset, Bytes samples)
+    : IndexedPacket(PacketTypeId::kData),
+      start_time_offset_(start_time_offset),
+      channel_group_id_(group.GroupId()),
+      samples_(std::move(samples)) {
+  BindRow();
+  TakeFrames(group, samples_.size());
+}
+
+DataPacket::DataPacket(KrdInstance& file, Index::IndexConnection& connection,
+                       const PacketFrame& frame)
+    : IndexedPacket(frame) {
+  BindRow();
+  DecodeBody(
+      file, frame,
+      [this](PacketReader& body) {
+        start_time_offset_ = static_cast<int64_t>(body.ReadUInt64());
+        channel_group_id_ = body.ReadUInt16();
+      },
+      kFixedBodySize);
+  const auto group = ChannelGroupPacket::Find(connection, channel_group_id_);
+  TakeFrames(*group, frame.body_length - kFixedBodySize);
+}
+
+void DataPacket::BindRow() {
+  row_.channel_group_id.PointAt(&channel_group_id_);
+  row_.start_time_offset.PointAt(&start_time_offset_);
+  row_.end_time_offset.PointAt(&end_time_offset_);
+}
+
+void DataPacket::TakeFrames(const ChannelGroupPacket& group, uint64_t sample_bytes) {
+  frame_count_ = CountFrames(group.FrameSize(), sample_bytes);
+  divisor_ = group.TimeBaseDivisor();
+  end_time_offset_ = Frames().LastFrameTime();
+}
+
+std::shared_ptr<DataPacket> DataPacket::ReadAt(KrdInstance& file,
+                                               Index::IndexConnection& connection,
+                                               uint64_t offset) {
+  const PacketFrame frame = ReadPacketFrame(file, offset);
+  if (frame.type != PacketTypeId::kData) {
+    throw Errors::UnknownPacketType(static_cast<uint8_t>(frame.type));
+  }
+  return std::make_shared<DataPacket>(file, connection, frame);
+}
+
+std::optional<Index::DataRecordRef> DataPacket::FindNextBlock(Index::IndexConnection& connection,
+                                                              uint16_t channel_group_id,
+                                                              int64_t time_range_end) {
+  Index::SqlCommand command(
+      "select * from data where channel_group_id = @channelGroupId and start_time_offset = "
+      "(select min(start_time_offset) from data where channel_group_id = @channelGroupId and "
+      "start_time_offset > @timeRangeEnd)");
+  command.AddIntParameter("@channelGroupId", channel_group_id);
+  command.AddInt64Parameter("@timeRangeEnd", time_range_end);
+  return SelectBlock(connection, command);
+}
+
+std::optional<Index::DataRecordRef> DataPacket::FindPreviousBlock(
+    Index::IndexConnection& connection, uint16_t channel_group_id, int64_t time_range_start) {
+  Index::SqlCommand command(
+      "select * from data where channel_group_id = @channelGroupId and start_time_offset = "
+      "(select max(start_time_offset) from data where channel_group_id = @channelGroupId and "
+      "start_time_offset < @timeRangeStart)");
+  command.AddIntParameter("@channelGroupId", channel_group_id);
+  command.AddInt64Parameter("@timeRangeStart", time_range_start);
+  return SelectBlock(connection, command);
+}
+
+Bytes DataPacket::GetBodyBytes() const {
+  Bytes body;
+  PutUInt64(body, static_cast<uint64_t>(start_time_offset_));
+  PutUInt16(body, channel_group_id_);
+  PutBytes(body, samples_);
+  return body;
+}
+
+}  // namespace Varnholt::KrdFiles::Packets

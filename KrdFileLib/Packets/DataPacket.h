@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "KrdFileLib/Index/DataTable.h"
+#include "KrdFileLib/Packets/FrameGrid.h"
+#include "KrdFileLib/Packets/IndexedPacket.h"
+
+namespace Varnholt::KrdFiles::Packets {
+
+class ChannelGroupPacket;
+
+// One recorded block of a channel group: whole frames of interleaved
+// samples, one sample of every channel per frame, stamped with the time of
+// the first frame. The time of the last frame (the end time) is not stored
+// in the file but computed from the group, and indexed with the start so
+// that blocks are found by time.
+//
+// Body: u64 start time offset, u16 channel group id, then the frames as
+// rest-of-body bytes. A block read back holds only the two fixed fields and
+// leaves its frames in the file, where ChannelSampleReader finds them.
+class DataPacket final : public IndexedPacket<Index::DataTable> {
+ public:
+  // Bytes of the body before the first frame.
+  static constexpr uint64_t kFixedBodySize = 10;
+
+  // A new block of group. Checks that samples hold whole frames and at
+  // least one (code 47; code 36 when the group's data type is unknown).
+  DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset, Bytes samples);
+  // Reads only the fixed fields, then finds the group (code 19) and checks
+  // the frames that the body length declares, as for a new block.
+  DataPacket(KrdInstance& file, Index::IndexConnection& connection, const PacketFrame& frame);
+
+  // The data block whose packet starts at offset (code 3 when another kind
+  // of packet lies there).
+  static std::shared_ptr<DataPacket> ReadAt(KrdInstance& file, Index::IndexConnection& connection,
+                                            uint64_t offset);
+
+  // The group's block with the smallest start after time, and the one with
+  // the greatest start before time.
+  static std::optional<Index::DataRecordRef> FindNextBlock(Index::IndexConnection& connection,
+                                                           uint16_t channel_group_id,
+                                                           int64_t time_range_end);
+  static std::optional<Index::DataRecordRef> FindPreviousBlock(Index::IndexConnection& connection,
+                                                               uint16_t channel_group_id,
+                                                               int64_t time_range_start);
+
+  int64_t StartTimeOffset() const { return start_time_offset_; }
+  int64_t EndTimeOffset() const { return end_time_offset_; }
+  uint16_t ChannelGroupId() const { return channel_group_id_; }
+  // The frames' times.
+  FrameGrid Frames() const { return FrameGrid(start_time_offset_, divisor_, frame_count_); }
+  // Where the first frame lies in the file.
+  uint64_t FirstFrameOffset() const { return FileOffset() + kFrameSize + kFixedBodySize; }
+  // The sample bytes of a block built for writing; empty for one read back.
+  const Bytes& Samples() const { return samples_; }
+
+  // For a block read back, only the fixed fields: its frames stay in the file.
+  Bytes GetBodyBytes() const override;
+
+ private:
+  void BindRow();
+  // The recording check: counts the frames in sample_bytes and computes the
+  // end time from the group.
+  void TakeFrames(const ChannelGroupPacket& group, uint64_t sample_bytes);
+
+  int64_t start_time_offset_ = 0;
+  uint16_t channel_group_id_ = 0;
+  int64_t end_time_offset_ = 0;
+  Bytes samples_;
+  uint32_t divisor_ = 0;
+  uint64_t frame_count_ = 0;
+};
+
+}  // namespace Varnholt::KrdFiles::Packets

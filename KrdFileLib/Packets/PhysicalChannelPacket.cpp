@@ -1,0 +1,59 @@
+#include "KrdFileLib/Packets/PhysicalChannelPacket.h"
+
+#include "KrdFileLib/Errors.h"
+
+namespace Varnholt::KrdFiles::Packets {
+
+PhysicalChannelPacket::PhysicalChannelPacket(uint16_t device_id, uint16_t channel_number,
+                                             std::string label)
+    : IndexedPacket(PacketTypeId::kPhysicalChannel),
+      device_id_(device_id),
+      channel_number_(channel_number),
+      label_(std::move(label)) {
+  BindRow();
+}
+
+PhysicalChannelPacket::PhysicalChannelPacket(KrdInstance& file, const PacketFrame& frame)
+    : IndexedPacket(frame) {
+  BindRow();
+  DecodeBody(file, frame, [this](PacketReader& body) {
+    channel_id_ = body.ReadUInt16();
+    device_id_ = body.ReadUInt16();
+    channel_number_ = body.ReadUInt16();
+    label_ = body.ReadString8();
+  });
+}
+
+void PhysicalChannelPacket::BindRow() {
+  row_.channel_id.PointAt(&channel_id_);
+  row_.device_id.PointAt(&device_id_);
+  row_.channel_number.PointAt(&channel_number_);
+  row_.label.PointAt(&label_);
+}
+
+std::shared_ptr<PhysicalChannelPacket> PhysicalChannelPacket::Find(
+    Index::IndexConnection& connection, uint16_t channel_id) {
+  auto channel = std::make_shared<PhysicalChannelPacket>(0, 0, std::string());
+  channel->channel_id_ = channel_id;
+  if (!channel->LoadByKey(connection)) {
+    throw Errors::PhysicalChannelNotFound(channel_id);
+  }
+  return channel;
+}
+
+void PhysicalChannelPacket::CheckIsNew(Index::IndexConnection& connection) const {
+  if (row_.Exists(connection, {&row_.device_id, &row_.channel_number})) {
+    throw Errors::PhysicalChannelExists(device_id_, channel_number_);
+  }
+}
+
+Bytes PhysicalChannelPacket::GetBodyBytes() const {
+  Bytes body;
+  PutUInt16(body, channel_id_);
+  PutUInt16(body, device_id_);
+  PutUInt16(body, channel_number_);
+  PutString8(body, label_);
+  return body;
+}
+
+}  // namespace Varnholt::KrdFiles::Packets

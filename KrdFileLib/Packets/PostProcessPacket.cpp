@@ -1,0 +1,90 @@
+#include "KrdFileLib/Packets/PostProcessPacket.h"
+
+#include "KrdFileLib/Errors.h"
+#include "KrdFileLib/Packets/ChannelPacket.h"
+
+namespace Varnholt::KrdFiles::Packets {
+
+PostProcessPacket::PostProcessPacket(Step step)
+    : IndexedPacket(PacketTypeId::kPostProcess), step_(std::move(step)) {
+  BindRow();
+}
+
+PostProcessPacket::PostProcessPacket(KrdInstance& file, const PacketFrame& frame)
+    : IndexedPacket(frame) {
+  BindRow();
+  DecodeBody(file, frame, [this](PacketReader& body) {
+    step_.channel_id = body.ReadUInt16();
+    step_.post_process_index = body.ReadUInt8();
+    step_.post_process_type = body.ReadUInt16();
+    step_.is_default = body.ReadBool8();
+    step_.is_disabled = body.ReadBool8();
+    step_.is_unit_change = body.ReadBool8();
+    step_.unit = body.ReadBytes8();
+    step_.label = body.ReadString8();
+    step_.data = body.ReadRestAsBytes();
+  });
+}
+
+void PostProcessPacket::BindRow() {
+  row_.post_process_id.PointAt(&post_process_id_);
+  row_.channel_id.PointAt(&step_.channel_id);
+  row_.post_process_index.PointAt(&step_.post_process_index);
+  row_.post_process_type.PointAt(&step_.post_process_type);
+  row_.is_default.PointAt(&step_.is_default);
+  row_.is_disabled.PointAt(&step_.is_disabled);
+  row_.data.PointAt(&step_.data);
+  row_.label.PointAt(&step_.label);
+  row_.is_unit_change.PointAt(&step_.is_unit_change);
+  row_.unit.PointAt(&step_.unit);
+}
+
+std::shared_ptr<PostProcessPacket> PostProcessPacket::Find(Index::IndexConnection& connection,
+                                                           uint32_t post_process_id) {
+  auto step = std::make_shared<PostProcessPacket>(Step{});
+  step->post_process_id_ = post_process_id;
+  if (!step->LoadByKey(connection)) {
+    throw Errors::PostProcessNotFound(post_process_id);
+  }
+  return step;
+}
+
+void PostProcessPacket::CheckIndexIsFree(Index::IndexConnection& connection) const {
+  ChannelPacket::Find(connection, step_.channel_id);
+  if (row_.Exists(connection, {&row_.channel_id, &row_.post_process_index})) {
+    throw Errors::PostProcessIndexTaken(step_.channel_id, step_.post_process_index);
+  }
+}
+
+void PostProcessPacket::RequireRecorded(Index::IndexConnection& connection) const {
+  if (!IsInIndex(connection)) throw Errors::PostProcessPacketNotRecorded();
+}
+
+void PostProcessPacket::ShiftChainFromIndex(Index::IndexConnection& connection) const {
+  row_.ShiftIndexesFrom(connection);
+}
+
+Bytes PostProcessPacket::GetBodyBytes() const {
+  Bytes body;
+  PutUInt16(body, step_.channel_id);
+  PutUInt8(body, step_.post_process_index);
+  PutUInt16(body, step_.post_process_type);
+  PutBool8(body, step_.is_default);
+  PutBool8(body, step_.is_disabled);
+  PutBool8(body, step_.is_unit_change);
+  PutString8(body, step_.unit);
+  PutString8(body, step_.label);
+  PutBytes(body, step_.data);
+  return body;
+}
+
+void PostProcessPacket::AddToIndex(Index::IndexConnection& connection) {
+  ShiftChainFromIndex(connection);
+  InsertRow(connection, true);
+}
+
+void PostProcessPacket::RestoreInIndex(Index::IndexConnection& connection, KrdInstance& /*file*/) {
+  InsertRow(connection, true);
+}
+
+}  // namespace Varnholt::KrdFiles::Packets

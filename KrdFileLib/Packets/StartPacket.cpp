@@ -1,0 +1,31 @@
+#include "KrdFileLib/Packets/StartPacket.h"
+
+#include "KrdFileLib/Index/FileInformationTable.h"
+
+namespace Varnholt::KrdFiles::Packets {
+
+StartPacket::StartPacket(uint16_t start_type, Bytes start)
+    : PacketBase(PacketTypeId::kStart), start_type_(start_type), start_(std::move(start)) {}
+
+StartPacket::StartPacket(KrdInstance& file, const PacketFrame& frame) : PacketBase(frame) {
+  DecodeBody(file, frame, [this](PacketReader& body) {
+    start_type_ = body.ReadUInt16();
+    start_ = body.ReadRestAsBytes();
+  });
+}
+
+Bytes StartPacket::GetBodyBytes() const {
+  Bytes body;
+  PutUInt16(body, start_type_);
+  PutBytes(body, start_);
+  return body;
+}
+
+void StartPacket::AddToIndex(Index::IndexConnection& connection) {
+  // The row holds more than the start, so it is loaded and updated rather
+  // than bound to this packet's fields.
+  Index::FileInformationTable row;
+  row.SetStart(connection, start_type_, start_);
+}
+
+}  // namespace Varnholt::KrdFiles::Packets

@@ -1,0 +1,103 @@
+// Damaged packets fail with the library's own errors, and arbitrary bytes
+// never do anything else.
+
+#include <random>
+
+#include "tests/Packets/PacketTestSupport.h"
+
+namespace Varnholt::KrdFiles::Packets {
+namespace {
+
+constexpr const char* kTooSmall = "Packet parsing failed because the packet is too small.";
+constexpr const char* kExtraData = "Packet parsing failed because the packet has extra data.";
+constexpr const char* kEnded = "KRD file ended unexpectedly.";
+
+struct DamagedCase {
+  const char* name;
+  Bytes file;  // parsed at offset 0
+  int32_t code;
+  std::string message;
+};
+
+void PrintTo(const DamagedCase& damaged, std::ostream* out) { *out << damaged.name; }
+
+Bytes HeaderImage(uint32_t body_length, uint8_t label_length) {
+  Bytes image{1};
+  PutUInt32(image, body_length);
+  image.resize(5 + 28, 0);
+  image.push_back(label_length);
+  image.resize(image.size() + 4, 0);  // time base
+  return image;
+}
+
+const DamagedCase kDamagedCases[] = {
+    {"TypeZero", {0, 0, 0, 0, 0}, 3, "The packet type Id 0 is not recognized."},
+    {"TypeFourteen", {14, 0, 0, 0, 0}, 3, "The packet type Id 14 is not recognized."},
+    {"FrameCutShort", {1, 0, 0}, 3, kEnded},
+    // A body length of 4 GiB in a 20-byte file fails before anything that
+    // size is allocated.
+    {"BodyPastTheEnd",
+     {1, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+     3,
+     kEnded},
+    {"EmptyBodyOfADevice", {2, 0, 0, 0, 0}, 3, kTooSmall},
+    {"HeaderOfThirtyTwoBytes", HeaderImage(32, 0), 3, kTooSmall},
+    {"HeaderWithOneByteMore",
+     [] {
+       Bytes b = HeaderImage(34, 0);
+       b.push_back(0);
+       return b;
+     }(),
+     3, kExtraData},
+    {"LabelLongerThanTheBody", HeaderImage(33, 200), 3, kTooSmall},
+    {"ChannelGroupWithOneByteMore", {6, 0, 0, 0, 10, 0, 1, 0, 0, 0, 1, 3, 0, 7, 0}, 3, kExtraData},
+    {"StartWithoutItsType", {10, 0, 0, 0, 1, 0}, 3, kTooSmall},
+    {"PostProcessUnitPastTheEnd", {13, 0, 0, 0, 10, 0, 1, 0, 0, 0, 0, 0, 0, 5, 0}, 3, kTooSmall},
+    {"DataBodyOfNineBytes", {12, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 3, kTooSmall},
+    {"DataWithoutSamples",
+     {12, 0, 0, 0, 10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1},
+     47,
+     "The channel group data to be recorded has zero length."},
+    {"DataWithAPartFrame",
+     {12, 0, 0, 0, 11, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 9},
+     47,
+     "The channel group data to be recorded was no an integer multiple of the channel sample "
+     "size."},
+    {"DataOfAnUnknownGroup",
+     {12, 0, 0, 0, 12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9, 1, 2},
+     19,
+     "Could not find an channel group with the ID 9"},
+};
+
+class DamagedPacketTest : public PacketFileTest,
+                          public ::testing::WithParamInterface<DamagedCase> {};
+
+TEST_P(DamagedPacketTest, FailsWithItsParsingError) {
+  AddGroup(10, 1);  // group 1: one 2-byte sample per frame
+  AppendRaw(GetParam().file);
+  EXPECT_EQ(Failure([&] { ParseAt(0); }), std::make_pair(GetParam().code, GetParam().message));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, DamagedPacketTest, ::testing::ValuesIn(kDamagedCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// A small fuzzer: frames of every type id, with body lengths that fit or
+// run past the bytes that follow, over random bodies.
+TEST_F(PacketFileTest, ArbitraryBytesOnlyEverRaiseTheLibrarysErrors) {
+  AddGroup(1, 1);
+  std::mt19937 random(20240611);
+  for (int round = 0; round < 3000; ++round) {
+    Bytes packet{static_cast<uint8_t>(random() % 16)};
+    const uint32_t body_length = random() % 48;
+    PutUInt32(packet, random() % 8 == 0 ? random() : body_length);
+    for (uint32_t i = 0; i < body_length; ++i) packet.push_back(static_cast<uint8_t>(random()));
+    const uint64_t offset = AppendRaw(packet);
+    try {
+      ParseAt(offset);
+    } catch (const ApiException&) {
+    }
+  }
+}
+
+}  // namespace
+}  // namespace Varnholt::KrdFiles::Packets
