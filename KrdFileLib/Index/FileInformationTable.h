@@ -17,6 +17,9 @@ class FileInformationTable final : public IndexTable {
 
   FileInformationTable();
 
+  // Reads the row into the buffer, inserting an empty row (with a
+  // database-assigned id) when there is none yet.
+  void ReadOrInsertRow(IndexConnection& connection);
   // Reads the row into the buffer; code 40 when the header was never written.
   void RequireHeader(IndexConnection& connection);
   // Code 45 unless the buffer holds a start time.
@@ -42,7 +45,6 @@ class FileInformationTable final : public IndexTable {
   Int64Column file_duration{"file_duration"};
 
  private:
-  void ReadOrInsertRow(IndexConnection& connection);
   void RequireHeaderAndStart(IndexConnection& connection);
 };
 

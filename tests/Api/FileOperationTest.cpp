@@ -23,6 +23,7 @@ class IndexedFile : public KrfFileBase {
       : KrfFileBase("unused.krd", krq_path, nullptr, std::move(clock)) {
     index_.Create();
   }
+  void Open() override {}
   Index::IndexConnection& IndexOf() { return index_; }
   void Insert() {
     std::lock_guard lock(Mutex());

@@ -15,6 +15,7 @@ namespace {
 class CountingFile : public KrfFileBase {
  public:
   CountingFile() : KrfFileBase("unused.krd", "unused.krq", nullptr, nullptr) {}
+  void Open() override {}
   void Close() override {
     ++closes;
     if (fail_on_close) throw Errors::KrdFileNotOpen();

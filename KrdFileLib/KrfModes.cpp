@@ -1,0 +1,100 @@
+#include "KrdFileLib/KrfModes.h"
+
+#include <filesystem>
+#include <functional>
+
+#include "KrdFileLib/Errors.h"
+#include "KrdFileLib/Packets/PacketBase.h"
+#include "KrdFileLib/Packets/ParsePacket.h"
+
+namespace Varnholt::KrdFiles {
+
+namespace {
+
+// Removes a file this open created, with SQLite's companion files, so that a
+// failed open leaves nothing behind that would block the next attempt.
+void RemoveCreatedFile(const std::string& path) {
+  std::error_code ignored;
+  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+    std::filesystem::remove(path + suffix, ignored);
+  }
+}
+
+// Runs the steps that follow the creation of a new file; if one fails, the
+// new file is closed and removed before the failure goes on.
+template <typename Steps>
+void UndoCreationOnFailure(const std::string& created_path, const std::function<void()>& close,
+                           Steps steps) {
+  try {
+    steps();
+  } catch (...) {
+    close();
+    RemoveCreatedFile(created_path);
+    throw;
+  }
+}
+
+}  // namespace
+
+// Record ------------------------------------------------------------------
+
+void KrfRecorder::Open() {
+  std::lock_guard lock(Mutex());
+  data_file_.Create();
+  UndoCreationOnFailure(data_file_.Path(), [this] { data_file_.Close(); }, [this] { index_.Create(); });
+}
+
+void KrfRecorder::CommitPacket(Packets::PacketBase& packet) { data_file_.WritePacket(packet); }
+
+// Read and edit -----------------------------------------------------------
+
+void KrfReader::Open() {
+  std::lock_guard lock(Mutex());
+  data_file_.Open();
+  index_.Open();
+  CheckHeader();
+  CheckGuid();
+}
+
+void KrfReader::CheckRecordAllowed() const { throw Errors::NotAllowedInReadMode(); }
+void KrfReader::CheckModifyAllowed() const { throw Errors::NotAllowedInReadMode(); }
+
+void KrfEditor::Open() {
+  std::lock_guard lock(Mutex());
+  data_file_.Open();
+  index_.Open();
+  CheckHeader();
+  CheckGuid();
+}
+
+void KrfEditor::CheckRecordAllowed() const { throw Errors::NotAllowedInEditMode(); }
+
+// Reindex -----------------------------------------------------------------
+
+void KrfReindexer::Open() {
+  std::lock_guard lock(Mutex());
+  data_file_.Open();
+  index_.Create();
+  UndoCreationOnFailure(index_.Path(), [this] { index_.Close(); }, [this] { CheckHeader(); });
+}
+
+void KrfReindexer::CheckRecordAllowed() const { throw Errors::NotAllowedInReindexMode(); }
+
+void KrfReindexer::Reindex() {
+  std::lock_guard lock(Mutex());
+  const uint64_t end = data_file_.GetEndOffset();
+  index_.DisableSynchronousWrites();
+  uint64_t position = 0;
+  while (position < end) {
+    try {
+      const auto packet = Packets::ParsePacket(data_file_, index_, position);
+      packet->RestoreInIndex(index_, data_file_);
+      position += packet->PacketSize();
+    } catch (const ApiException& e) {
+      throw ApiException(e.Code(), std::string(e.what()) + "\r\nFailed to read packet at " +
+                                       Errors::Decimal(position));
+    }
+  }
+}
+
+}  // namespace Varnholt::KrdFiles

@@ -1,0 +1,237 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "KrdFileLib/Exceptions.h"
+#include "KrdFileLib/KrfModes.h"
+#include "tests/TestSupport/TempDir.h"
+
+namespace Varnholt::KrdFiles {
+namespace {
+
+using Bytes = KrfFileBase::Bytes;
+using Outcome = std::pair<int32_t, std::string>;
+
+Outcome OutcomeOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const ApiException& e) {
+    return {e.Code(), e.what()};
+  }
+  return {0, ""};
+}
+
+Bytes FileBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
+class KrfFileTest : public ::testing::Test {
+ public:
+  template <typename Mode>
+  std::shared_ptr<Mode> Make(const std::string& krq) {
+    return std::make_shared<Mode>(krd_, dir_.File(krq), nullptr, nullptr);
+  }
+  template <typename Mode>
+  std::shared_ptr<Mode> Opened(const std::string& krq = "rec.krq") {
+    auto file = Make<Mode>(krq);
+    file->Open();
+    return file;
+  }
+  // A recording with header, start and annotation, closed again.
+  void Record() {
+    auto recorder = Opened<KrfRecorder>();
+    recorder->CreateHeader(1000, 7, "rig 3");
+    recorder->CreateStart(2, Bytes{1, 2, 3});
+    recorder->CreateAnnotation("calibrated");
+    recorder->Close();
+  }
+
+  Testing::TempDir dir_;
+  std::string krd_ = dir_.File("rec.krd");
+};
+
+TEST_F(KrfFileTest, ARecordingReadsBackInReadMode) {
+  Record();
+  auto reader = Opened<KrfReader>();
+  EXPECT_EQ(reader->GetTimeBase(), 1000u);
+  EXPECT_EQ(reader->GetFileLabel(), "rig 3");
+  EXPECT_EQ(reader->GetStartDataType(), 2);
+  EXPECT_EQ(reader->GetRTStart(), (Bytes{1, 2, 3}));
+  EXPECT_EQ(reader->GetAnnotation(), "calibrated");
+}
+
+TEST_F(KrfFileTest, OnceOnlyFactsAreRefusedTheSecondTimeAndTheFileKeepsOneCopy) {
+  auto recorder = Opened<KrfRecorder>();
+  EXPECT_EQ(OutcomeOf([&] { recorder->GetTimeBase(); }), Outcome(40, "The file header has not been created."));
+  EXPECT_EQ(OutcomeOf([&] { recorder->CreateStart(1, {1}); }).first, 40);
+  recorder->CreateHeader(10, 0, "ab");
+  const Bytes after_header = FileBytes(krd_);
+  EXPECT_EQ(after_header.size(), 40u);
+  EXPECT_EQ(OutcomeOf([&] { recorder->CreateHeader(10, 0, "ab"); }),
+            Outcome(39, "The KRD file's header has already been created."));
+  EXPECT_EQ(FileBytes(krd_), after_header);
+
+  EXPECT_EQ(recorder->GetAnnotation(), "");
+  EXPECT_EQ(OutcomeOf([&] { recorder->GetRTStart(); }), Outcome(45, "Start time has not been set."));
+  recorder->CreateStart(1, {});  // an empty start leaves the start unset...
+  recorder->CreateStart(1, {9});  // ...so it can be created again
+  EXPECT_EQ(OutcomeOf([&] { recorder->CreateStart(1, {9}); }), Outcome(44, "Start time has already been created."));
+  recorder->CreateAnnotation("a");
+  EXPECT_EQ(OutcomeOf([&] { recorder->CreateAnnotation("b"); }),
+            Outcome(46, "Annotation text has already been created."));
+}
+
+TEST_F(KrfFileTest, ALabelSetBeforeTheHeaderMakesTheHeaderFail) {
+  auto recorder = Opened<KrfRecorder>();
+  recorder->SetFileLabel("early");
+  EXPECT_EQ(OutcomeOf([&] { recorder->CreateHeader(1, 0, "late"); }).first, 39);
+  EXPECT_EQ(FileBytes(krd_).size(), 0u);
+}
+
+TEST_F(KrfFileTest, EditModeChangesOnlyTheIndex) {
+  Record();
+  const Bytes recorded = FileBytes(krd_);
+  {
+    auto editor = Opened<KrfEditor>();
+    editor->SetStart(5, {4, 4});
+    editor->SetFileLabel("relabelled");
+    editor->SetAnnotation("");
+    editor->SetTimeBase(50);
+    EXPECT_EQ(editor->GetRTStart(), (Bytes{4, 4}));
+    editor->Close();
+  }
+  EXPECT_EQ(FileBytes(krd_), recorded);
+  auto reader = Opened<KrfReader>();
+  EXPECT_EQ(reader->GetFileLabel(), "relabelled");
+  EXPECT_EQ(reader->GetTimeBase(), 50u);
+}
+
+// Which families each mode refuses, with the code and text of the refusal.
+struct ModeCase {
+  const char* name;
+  std::function<std::shared_ptr<KrfFileBase>(KrfFileTest&)> open;
+  Outcome append, modify, reindex;
+};
+
+class KrfModeTest : public KrfFileTest, public ::testing::WithParamInterface<int> {};
+
+TEST_P(KrfModeTest, EachModeRefusesItsFamilies) {
+  const Outcome read_refusal{29, "This operation is not allowed in read mode."};
+  const Outcome ok{0, ""};
+  const Outcome reindex_only{42, "This operation is only allowed in reindex mode."};
+  const std::vector<ModeCase> cases = {
+      {"record", [](KrfFileTest& t) { return t.Opened<KrfRecorder>("new.krq"); }, ok, ok, reindex_only},
+      {"read", [](KrfFileTest& t) { return t.Opened<KrfReader>(); }, read_refusal, read_refusal, reindex_only},
+      {"edit", [](KrfFileTest& t) { return t.Opened<KrfEditor>(); },
+       {30, "This operation is not allowed in edit mode."}, ok, reindex_only},
+      {"reindex", [](KrfFileTest& t) { return t.Opened<KrfReindexer>("rebuilt.krq"); },
+       {42, "This operation is not allowed in reindex mode."}, ok, ok},
+  };
+  const ModeCase& mode = cases[static_cast<std::size_t>(GetParam())];
+  SCOPED_TRACE(mode.name);
+  if (std::string(mode.name) != "record") Record();
+  auto file = mode.open(*this);
+  // The mode check comes before any other, so the header is refused by mode.
+  EXPECT_EQ(OutcomeOf([&] { file->CreateHeader(1, 0, "x"); }), mode.append);
+  EXPECT_EQ(OutcomeOf([&] { file->SetAnnotation("x"); }), mode.modify);
+  EXPECT_EQ(OutcomeOf([&] { file->Reindex(); }), mode.reindex);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, KrfModeTest, ::testing::Range(0, 4));
+
+TEST_F(KrfFileTest, OpeningRefusesMissingOrMismatchedFiles) {
+  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReader>(); }),
+            Outcome(1, "The KRD file could not be opened because it does not exist."));
+  Record();
+  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReader>("missing.krq"); }), Outcome(4, "The index file could not be found."));
+
+  // The index of another recording.
+  const std::string other_krd = dir_.File("other.krd");
+  {
+    KrfRecorder other(other_krd, dir_.File("other.krq"), nullptr, nullptr);
+    other.Open();
+    other.CreateHeader(1, 0, "other");
+    other.Close();
+  }
+  EXPECT_EQ(OutcomeOf([&] { Opened<KrfEditor>("other.krq"); }),
+            Outcome(3, "The KRQ file's GUID does not match the KRD file's GUID."));
+}
+
+TEST_F(KrfFileTest, OpeningRefusesADataFileWithoutAValidHeader) {
+  Record();
+  Bytes bytes = FileBytes(krd_);
+  bytes[5 + 3] = 'X';  // file type "KRD" followed by other than five zero bytes
+  std::ofstream(krd_, std::ios::binary | std::ios::trunc).write(reinterpret_cast<char*>(bytes.data()),
+                                                                static_cast<std::streamsize>(bytes.size()));
+  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReader>(); }),
+            Outcome(3, "File header does not contain a valid file type string."));
+
+  bytes[0] = 11;  // an annotation packet first
+  std::ofstream(krd_, std::ios::binary | std::ios::trunc).write(reinterpret_cast<char*>(bytes.data()),
+                                                                static_cast<std::streamsize>(bytes.size()));
+  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReader>(); }), Outcome(3, "The KRD file does not begin with a header packet."));
+}
+
+TEST_F(KrfFileTest, CreatingNeverOverwritesAndLeavesNothingBehindWhenItFails) {
+  Record();
+  const Bytes recorded = FileBytes(krd_);
+  EXPECT_EQ(OutcomeOf([&] { Opened<KrfRecorder>("another.krq"); }),
+            Outcome(2, "KRD file could not be created because it already exists."));
+  EXPECT_EQ(FileBytes(krd_), recorded);
+  EXPECT_FALSE(std::filesystem::exists(dir_.File("another.krq")));
+
+  // A new data file whose index already exists: refused, and the new data
+  // file is removed again.
+  const std::string fresh_krd = dir_.File("fresh.krd");
+  KrfRecorder recorder(fresh_krd, dir_.File("rec.krq"), nullptr, nullptr);
+  EXPECT_EQ(OutcomeOf([&] { recorder.Open(); }), Outcome(5, "KRQ file already exists."));
+  EXPECT_FALSE(std::filesystem::exists(fresh_krd));
+}
+
+TEST_F(KrfFileTest, ReindexingRestoresTheRecordedFactsAndUndoesEdits) {
+  Record();
+  {
+    auto editor = Opened<KrfEditor>();
+    editor->SetFileLabel("edited");
+    editor->Close();
+  }
+  {
+    auto reindexer = Opened<KrfReindexer>("rebuilt.krq");
+    reindexer->Reindex();
+    reindexer->Close();
+  }
+  auto reader = Opened<KrfReader>("rebuilt.krq");
+  EXPECT_EQ(reader->GetFileLabel(), "rig 3");
+  EXPECT_EQ(reader->GetRTStart(), (Bytes{1, 2, 3}));
+  EXPECT_EQ(reader->GetAnnotation(), "calibrated");
+}
+
+TEST_F(KrfFileTest, ReindexingACutFileNamesThePacketAndKeepsEarlierRows) {
+  Record();
+  Bytes bytes = FileBytes(krd_);
+  const std::size_t header_size = 38 + 5;    // label "rig 3"
+  const std::size_t start_size = 5 + 2 + 3;  // type and three bytes
+  bytes.resize(bytes.size() - 2);            // cut into the annotation packet
+  std::ofstream(krd_, std::ios::binary | std::ios::trunc).write(reinterpret_cast<char*>(bytes.data()),
+                                                                static_cast<std::streamsize>(bytes.size()));
+  auto reindexer = Opened<KrfReindexer>("rebuilt.krq");
+  EXPECT_EQ(OutcomeOf([&] { reindexer->Reindex(); }),
+            Outcome(3, "KRD file ended unexpectedly.\r\nFailed to read packet at " +
+                           std::to_string(header_size + start_size)));
+  reindexer->Close();
+  auto reader = Opened<KrfReader>("rebuilt.krq");
+  EXPECT_EQ(reader->GetRTStart(), (Bytes{1, 2, 3}));
+  EXPECT_EQ(reader->GetAnnotation(), "");
+}
+
+TEST_F(KrfFileTest, AFailedReindexOpenLeavesNoIndexBehind) {
+  std::ofstream(krd_, std::ios::binary) << "not a recording";
+  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReindexer>("rebuilt.krq"); }).first, 3);
+  EXPECT_FALSE(std::filesystem::exists(dir_.File("rebuilt.krq")));
+}
+
+}  // namespace
+}  // namespace Varnholt::KrdFiles
