@@ -12,10 +12,8 @@ AnnotationPacket::AnnotationPacket(KrdInstance& file, const PacketFrame& frame)
   DecodeBody(file, frame, [this](PacketReader& body) { text_ = body.ReadRestAsString(); });
 }
 
-Bytes AnnotationPacket::GetBodyBytes() const {
-  Bytes body;
+void AnnotationPacket::AppendBody(Bytes& body) const {
   PutText(body, text_);
-  return body;
 }
 
 void AnnotationPacket::AddToIndex(Index::IndexConnection& connection) {

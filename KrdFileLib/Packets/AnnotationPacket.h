@@ -17,7 +17,7 @@ class AnnotationPacket final : public PacketBase {
 
   const std::string& Text() const { return text_; }
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
   // Stores the text in the file_information row, creating the row if the
   // index has none yet. Restoring does the same.
   void AddToIndex(Index::IndexConnection& connection) override;

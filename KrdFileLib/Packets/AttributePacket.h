@@ -22,13 +22,11 @@ class AttributePacket : public IndexedPacket<Table> {
   const Bytes& Value() const { return value_; }
   void SetValue(Bytes value) { value_ = std::move(value); }
 
-  Bytes GetBodyBytes() const override {
-    Bytes body;
+  void AppendBody(Bytes& body) const override {
     PutUInt16(body, owner_id_);
     PutUInt16(body, key_);
     PutUInt16(body, index_);
     PutBytes(body, value_);
-    return body;
   }
 
  protected:

@@ -48,13 +48,11 @@ uint32_t ChannelGroupPacket::SampleSize() const {
 
 uint64_t ChannelGroupPacket::FrameSize() const { return uint64_t{channel_count_} * SampleSize(); }
 
-Bytes ChannelGroupPacket::GetBodyBytes() const {
-  Bytes body;
+void ChannelGroupPacket::AppendBody(Bytes& body) const {
   PutUInt16(body, group_id_);
   PutUInt32(body, time_base_divisor_);
   PutUInt8(body, channel_count_);
   PutUInt16(body, data_type_);
-  return body;
 }
 
 }  // namespace Varnholt::KrdFiles::Packets

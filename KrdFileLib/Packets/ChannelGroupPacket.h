@@ -38,7 +38,7 @@ class ChannelGroupPacket final : public IndexedPacket<Index::ChannelGroupTable> 
   // Bytes of one frame: one sample of every channel.
   uint64_t FrameSize() const;
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
 
  private:
   void BindRow();

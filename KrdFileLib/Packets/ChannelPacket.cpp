@@ -115,14 +115,12 @@ ChannelData ChannelPacket::GetChannelData(Index::IndexConnection& connection, Kr
   return data;
 }
 
-Bytes ChannelPacket::GetBodyBytes() const {
-  Bytes body;
+void ChannelPacket::AppendBody(Bytes& body) const {
   PutUInt16(body, channel_id_);
   PutUInt16(body, channel_group_id_);
   PutUInt16(body, physical_channel_id_);
   PutUInt8(body, interleave_index_);
   PutString8(body, label_);
-  return body;
 }
 
 }  // namespace Varnholt::KrdFiles::Packets

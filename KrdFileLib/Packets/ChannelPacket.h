@@ -60,7 +60,7 @@ class ChannelPacket final : public IndexedPacket<Index::ChannelTable> {
   ChannelData GetChannelData(Index::IndexConnection& connection, KrdInstance& file,
                              int64_t start_time, int64_t length, uint64_t chunk_size) const;
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
 
  private:
   void BindRow();

@@ -100,12 +100,10 @@ std::optional<Index::DataRecordRef> DataPacket::FindPreviousBlock(
   return SelectBlock(connection, command);
 }
 
-Bytes DataPacket::GetBodyBytes() const {
-  Bytes body;
+void DataPacket::AppendBody(Bytes& body) const {
   PutUInt64(body, static_cast<uint64_t>(start_time_offset_));
   PutUInt16(body, channel_group_id_);
   PutBytes(body, samples_);
-  return body;
 }
 
 }  // namespace Varnholt::KrdFiles::Packets

@@ -58,7 +58,7 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   const Bytes& Samples() const { return samples_; }
 
   // For a block read back, only the fixed fields: its frames stay in the file.
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
 
  private:
   void BindRow();

@@ -78,12 +78,10 @@ void DevicePacket::RequireRecorded(Index::IndexConnection& connection) const {
   }
 }
 
-Bytes DevicePacket::GetBodyBytes() const {
-  Bytes body;
+void DevicePacket::AppendBody(Bytes& body) const {
   PutUInt16(body, device_id_);
   PutUInt16(body, parent_id_);
   PutString8(body, label_);
-  return body;
 }
 
 void DevicePacket::AddToIndex(Index::IndexConnection& connection) {

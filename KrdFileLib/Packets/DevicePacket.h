@@ -44,7 +44,7 @@ class DevicePacket final : public IndexedPacket<Index::DeviceTable> {
   // Before a device is changed or deleted: code 42 unless it is in the index.
   void RequireRecorded(Index::IndexConnection& connection) const;
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
   // A root device is inserted with id 0; any other takes the id the index
   // assigns.
   void AddToIndex(Index::IndexConnection& connection) override;

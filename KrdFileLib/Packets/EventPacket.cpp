@@ -40,12 +40,10 @@ void EventPacket::RequireRecorded(Index::IndexConnection& connection) const {
   if (!IsInIndex(connection)) throw Errors::EventPacketNotRecorded();
 }
 
-Bytes EventPacket::GetBodyBytes() const {
-  Bytes body;
+void EventPacket::AppendBody(Bytes& body) const {
   PutUInt16(body, event_source_id_);
   PutUInt64(body, static_cast<uint64_t>(event_time_));
   PutBytes(body, data_);
-  return body;
 }
 
 void EventPacket::RestoreInIndex(Index::IndexConnection& connection, KrdInstance& /*file*/) {

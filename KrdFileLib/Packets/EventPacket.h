@@ -32,7 +32,7 @@ class EventPacket final : public IndexedPacket<Index::EventTable> {
   // Before it is changed or deleted: code 42 unless it is in the index.
   void RequireRecorded(Index::IndexConnection& connection) const;
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
   // The id is not in the file, so the index assigns a new one.
   void RestoreInIndex(Index::IndexConnection& connection, KrdInstance& file) override;
 

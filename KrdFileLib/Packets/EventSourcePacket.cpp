@@ -41,13 +41,11 @@ std::shared_ptr<EventSourcePacket> EventSourcePacket::Find(Index::IndexConnectio
   return source;
 }
 
-Bytes EventSourcePacket::GetBodyBytes() const {
-  Bytes body;
+void EventSourcePacket::AppendBody(Bytes& body) const {
   PutUInt16(body, event_source_id_);
   PutUInt16(body, physical_channel_id_);
   PutUInt16(body, data_type_);
   PutString8(body, label_);
-  return body;
 }
 
 }  // namespace Varnholt::KrdFiles::Packets

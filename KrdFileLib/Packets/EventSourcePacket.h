@@ -29,7 +29,7 @@ class EventSourcePacket final : public IndexedPacket<Index::EventSourceTable> {
   const std::string& Label() const { return label_; }
   void SetLabel(std::string label) { label_ = std::move(label); }
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
 
  private:
   void BindRow();

@@ -53,15 +53,13 @@ bool HeaderPacket::HasValidFileType() const {
                     [](char have, uint8_t want) { return static_cast<uint8_t>(have) == want; });
 }
 
-Bytes HeaderPacket::GetBodyBytes() const {
-  Bytes body;
+void HeaderPacket::AppendBody(Bytes& body) const {
   PutText(body, file_type_);
   PutUInt16(body, file_version_);
   PutBytes(body, uuid_.bytes);
   PutUInt16(body, device_id_);
   PutString8(body, label_);
   PutUInt32(body, time_base_);
-  return body;
 }
 
 void HeaderPacket::AddToIndex(Index::IndexConnection& connection) {

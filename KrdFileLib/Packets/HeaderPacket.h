@@ -37,7 +37,7 @@ class HeaderPacket final : public PacketBase {
   const std::string& Label() const { return label_; }
   uint32_t TimeBase() const { return time_base_; }
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
   // Inserts the file_information row from the header's fields.
   void AddToIndex(Index::IndexConnection& connection) override;
   // As AddToIndex; a header without a GUID (all zero) first gets a fresh

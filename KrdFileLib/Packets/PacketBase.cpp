@@ -33,12 +33,18 @@ Bytes PacketBase::GetHeaderBytes() const {
   return frame;
 }
 
+Bytes PacketBase::GetBodyBytes() const {
+  Bytes body;
+  AppendBody(body);
+  return body;
+}
+
 Bytes PacketBase::GetImage() const {
-  const Bytes body = GetBodyBytes();
-  Bytes image;
-  image.reserve(kFrameSize + body.size());
-  PutFrame(image, type_id_, body.size());
-  PutBytes(image, body);
+  Bytes image(kFrameSize);  // the frame is filled in once the body's length is known
+  AppendBody(image);
+  Bytes frame;
+  PutFrame(frame, type_id_, image.size() - kFrameSize);
+  std::copy(frame.begin(), frame.end(), image.begin());
   return image;
 }
 

@@ -46,8 +46,9 @@ class PacketBase : public CommonLib::PolymorphicBasedClassBase,
   // The five-byte frame: type id and body length.
   Bytes GetHeaderBytes() const;
   // The body, encoded as the packet type prescribes.
-  virtual Bytes GetBodyBytes() const = 0;
-  // The complete image written to the file: frame followed by body.
+  Bytes GetBodyBytes() const;
+  // The complete image written to the file: frame followed by body, encoded
+  // straight into one buffer so that a data block's samples are copied once.
   Bytes GetImage() const;
 
   // Records a new entity's packet in the index; the id the index assigns is
@@ -58,6 +59,9 @@ class PacketBase : public CommonLib::PolymorphicBasedClassBase,
   virtual void RestoreInIndex(Index::IndexConnection& connection, KrdInstance& file);
 
  protected:
+  // Appends the body's fields to out, in the order the packet type lays them.
+  virtual void AppendBody(Bytes& out) const = 0;
+
   // A new packet, not yet in the file.
   explicit PacketBase(PacketTypeId type_id);
   // A packet read from the file at the frame's place.

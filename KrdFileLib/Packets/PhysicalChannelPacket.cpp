@@ -47,13 +47,11 @@ void PhysicalChannelPacket::CheckIsNew(Index::IndexConnection& connection) const
   }
 }
 
-Bytes PhysicalChannelPacket::GetBodyBytes() const {
-  Bytes body;
+void PhysicalChannelPacket::AppendBody(Bytes& body) const {
   PutUInt16(body, channel_id_);
   PutUInt16(body, device_id_);
   PutUInt16(body, channel_number_);
   PutString8(body, label_);
-  return body;
 }
 
 }  // namespace Varnholt::KrdFiles::Packets

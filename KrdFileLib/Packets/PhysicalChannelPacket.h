@@ -32,7 +32,7 @@ class PhysicalChannelPacket final : public IndexedPacket<Index::PhysicalChannelT
   // channel of this number.
   void CheckIsNew(Index::IndexConnection& connection) const;
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
 
  private:
   void BindRow();

@@ -64,8 +64,7 @@ void PostProcessPacket::ShiftChainFromIndex(Index::IndexConnection& connection) 
   row_.ShiftIndexesFrom(connection);
 }
 
-Bytes PostProcessPacket::GetBodyBytes() const {
-  Bytes body;
+void PostProcessPacket::AppendBody(Bytes& body) const {
   PutUInt16(body, step_.channel_id);
   PutUInt8(body, step_.post_process_index);
   PutUInt16(body, step_.post_process_type);
@@ -75,7 +74,6 @@ Bytes PostProcessPacket::GetBodyBytes() const {
   PutString8(body, step_.unit);
   PutString8(body, step_.label);
   PutBytes(body, step_.data);
-  return body;
 }
 
 void PostProcessPacket::AddToIndex(Index::IndexConnection& connection) {

@@ -53,7 +53,7 @@ class PostProcessPacket final : public IndexedPacket<Index::PostProcessTable> {
   // up by one.
   void ShiftChainFromIndex(Index::IndexConnection& connection) const;
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
   // Shifts the chain, then inserts the step at the freed index.
   void AddToIndex(Index::IndexConnection& connection) override;
   // Inserts the step where the file recorded it, with a new id and without

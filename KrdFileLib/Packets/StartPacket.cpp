@@ -14,11 +14,9 @@ StartPacket::StartPacket(KrdInstance& file, const PacketFrame& frame) : PacketBa
   });
 }
 
-Bytes StartPacket::GetBodyBytes() const {
-  Bytes body;
+void StartPacket::AppendBody(Bytes& body) const {
   PutUInt16(body, start_type_);
   PutBytes(body, start_);
-  return body;
 }
 
 void StartPacket::AddToIndex(Index::IndexConnection& connection) {

@@ -19,7 +19,7 @@ class StartPacket final : public PacketBase {
   uint16_t StartType() const { return start_type_; }
   const Bytes& Start() const { return start_; }
 
-  Bytes GetBodyBytes() const override;
+  void AppendBody(Bytes& body) const override;
   // Stores the start in the file_information row, creating the row if the
   // index has none yet. Restoring does the same.
   void AddToIndex(Index::IndexConnection& connection) override;
