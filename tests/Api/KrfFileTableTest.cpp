@@ -8,9 +8,12 @@
 #include <thread>
 
 #include "KrdFileLib/Errors.h"
+#include "tests/TestSupport/Outcomes.h"
 
 namespace Varnholt::KrdFiles {
 namespace {
+
+using Testing::Failure;
 
 class CountingFile : public KrfFileBase {
  public:
@@ -27,17 +30,6 @@ class CountingFile : public KrfFileBase {
 class KrfFileTableTest : public ::testing::Test {
  protected:
   std::shared_ptr<CountingFile> NewFile() { return std::make_shared<CountingFile>(); }
-
-  // Runs the call and returns the code and text of the failure it raised.
-  template <typename Call>
-  static std::pair<int32_t, std::string> Failure(Call call) {
-    try {
-      call();
-    } catch (const ApiException& e) {
-      return {e.Code(), e.what()};
-    }
-    return {0, ""};
-  }
 
   KrfFileTable table_{std::make_shared<FileLibrarySettings>()};
 };

@@ -13,19 +13,12 @@
 #include "KrdFileLib/Index/CommitLimits.h"
 #include "KrdFileLib/Index/IndexConnection.h"
 #include "tests/TestSupport/FakeClock.h"
+#include "tests/TestSupport/Outcomes.h"
 #include "tests/TestSupport/TempDir.h"
 
 namespace Varnholt::KrdFiles::Index {
 
-// The code and text of the failure a call raises; {0, ""} when it raises none.
-inline std::pair<int32_t, std::string> Failure(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const ApiException& e) {
-    return {e.Code(), e.what()};
-  }
-  return {0, ""};
-}
+using Testing::Failure;
 
 // Column 0 of the first row of a statement, as a 64-bit integer.
 inline int64_t QueryInt64(IndexConnection& connection, const std::string& text) {

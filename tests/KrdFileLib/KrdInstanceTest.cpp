@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "KrdFileLib/Exceptions.h"
+#include "tests/TestSupport/Outcomes.h"
 #include "tests/TestSupport/TempDir.h"
 
 namespace Varnholt::KrdFiles {
@@ -13,19 +14,8 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-std::pair<int32_t, std::string> Failure(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const ApiException& e) {
-    return {e.Code(), e.what()};
-  }
-  return {0, ""};
-}
-
-Bytes FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), {});
-}
+using Testing::Failure;
+using Testing::FileBytes;
 
 class KrdInstanceTest : public ::testing::Test {
  protected:

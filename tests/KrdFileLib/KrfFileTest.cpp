@@ -6,6 +6,7 @@
 
 #include "KrdFileLib/Exceptions.h"
 #include "KrdFileLib/KrfModes.h"
+#include "tests/TestSupport/Outcomes.h"
 #include "tests/TestSupport/TempDir.h"
 
 namespace Varnholt::KrdFiles {
@@ -14,19 +15,8 @@ namespace {
 using Bytes = KrfFileBase::Bytes;
 using Outcome = std::pair<int32_t, std::string>;
 
-Outcome OutcomeOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const ApiException& e) {
-    return {e.Code(), e.what()};
-  }
-  return {0, ""};
-}
-
-Bytes FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), {});
-}
+using Testing::FileBytes;
+using Testing::Failure;
 
 class KrfFileTest : public ::testing::Test {
  public:
@@ -65,29 +55,29 @@ TEST_F(KrfFileTest, ARecordingReadsBackInReadMode) {
 
 TEST_F(KrfFileTest, OnceOnlyFactsAreRefusedTheSecondTimeAndTheFileKeepsOneCopy) {
   auto recorder = Opened<KrfRecorder>();
-  EXPECT_EQ(OutcomeOf([&] { recorder->GetTimeBase(); }), Outcome(40, "The file header has not been created."));
-  EXPECT_EQ(OutcomeOf([&] { recorder->CreateStart(1, {1}); }).first, 40);
+  EXPECT_EQ(Failure([&] { recorder->GetTimeBase(); }), Outcome(40, "The file header has not been created."));
+  EXPECT_EQ(Failure([&] { recorder->CreateStart(1, {1}); }).first, 40);
   recorder->CreateHeader(10, 0, "ab");
   const Bytes after_header = FileBytes(krd_);
   EXPECT_EQ(after_header.size(), 40u);
-  EXPECT_EQ(OutcomeOf([&] { recorder->CreateHeader(10, 0, "ab"); }),
+  EXPECT_EQ(Failure([&] { recorder->CreateHeader(10, 0, "ab"); }),
             Outcome(39, "The KRD file's header has already been created."));
   EXPECT_EQ(FileBytes(krd_), after_header);
 
   EXPECT_EQ(recorder->GetAnnotation(), "");
-  EXPECT_EQ(OutcomeOf([&] { recorder->GetRTStart(); }), Outcome(45, "Start time has not been set."));
+  EXPECT_EQ(Failure([&] { recorder->GetRTStart(); }), Outcome(45, "Start time has not been set."));
   recorder->CreateStart(1, {});  // an empty start leaves the start unset...
   recorder->CreateStart(1, {9});  // ...so it can be created again
-  EXPECT_EQ(OutcomeOf([&] { recorder->CreateStart(1, {9}); }), Outcome(44, "Start time has already been created."));
+  EXPECT_EQ(Failure([&] { recorder->CreateStart(1, {9}); }), Outcome(44, "Start time has already been created."));
   recorder->CreateAnnotation("a");
-  EXPECT_EQ(OutcomeOf([&] { recorder->CreateAnnotation("b"); }),
+  EXPECT_EQ(Failure([&] { recorder->CreateAnnotation("b"); }),
             Outcome(46, "Annotation text has already been created."));
 }
 
 TEST_F(KrfFileTest, ALabelSetBeforeTheHeaderMakesTheHeaderFail) {
   auto recorder = Opened<KrfRecorder>();
   recorder->SetFileLabel("early");
-  EXPECT_EQ(OutcomeOf([&] { recorder->CreateHeader(1, 0, "late"); }).first, 39);
+  EXPECT_EQ(Failure([&] { recorder->CreateHeader(1, 0, "late"); }).first, 39);
   EXPECT_EQ(FileBytes(krd_).size(), 0u);
 }
 
@@ -135,18 +125,18 @@ TEST_P(KrfModeTest, EachModeRefusesItsFamilies) {
   if (std::string(mode.name) != "record") Record();
   auto file = mode.open(*this);
   // The mode check comes before any other, so the header is refused by mode.
-  EXPECT_EQ(OutcomeOf([&] { file->CreateHeader(1, 0, "x"); }), mode.append);
-  EXPECT_EQ(OutcomeOf([&] { file->SetAnnotation("x"); }), mode.modify);
-  EXPECT_EQ(OutcomeOf([&] { file->Reindex(); }), mode.reindex);
+  EXPECT_EQ(Failure([&] { file->CreateHeader(1, 0, "x"); }), mode.append);
+  EXPECT_EQ(Failure([&] { file->SetAnnotation("x"); }), mode.modify);
+  EXPECT_EQ(Failure([&] { file->Reindex(); }), mode.reindex);
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, KrfModeTest, ::testing::Range(0, 4));
 
 TEST_F(KrfFileTest, OpeningRefusesMissingOrMismatchedFiles) {
-  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReader>(); }),
+  EXPECT_EQ(Failure([&] { Opened<KrfReader>(); }),
             Outcome(1, "The KRD file could not be opened because it does not exist."));
   Record();
-  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReader>("missing.krq"); }), Outcome(4, "The index file could not be found."));
+  EXPECT_EQ(Failure([&] { Opened<KrfReader>("missing.krq"); }), Outcome(4, "The index file could not be found."));
 
   // The index of another recording.
   const std::string other_krd = dir_.File("other.krd");
@@ -156,7 +146,7 @@ TEST_F(KrfFileTest, OpeningRefusesMissingOrMismatchedFiles) {
     other.CreateHeader(1, 0, "other");
     other.Close();
   }
-  EXPECT_EQ(OutcomeOf([&] { Opened<KrfEditor>("other.krq"); }),
+  EXPECT_EQ(Failure([&] { Opened<KrfEditor>("other.krq"); }),
             Outcome(3, "The KRQ file's GUID does not match the KRD file's GUID."));
 }
 
@@ -166,19 +156,19 @@ TEST_F(KrfFileTest, OpeningRefusesADataFileWithoutAValidHeader) {
   bytes[5 + 3] = 'X';  // file type "KRD" followed by other than five zero bytes
   std::ofstream(krd_, std::ios::binary | std::ios::trunc).write(reinterpret_cast<char*>(bytes.data()),
                                                                 static_cast<std::streamsize>(bytes.size()));
-  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReader>(); }),
+  EXPECT_EQ(Failure([&] { Opened<KrfReader>(); }),
             Outcome(3, "File header does not contain a valid file type string."));
 
   bytes[0] = 11;  // an annotation packet first
   std::ofstream(krd_, std::ios::binary | std::ios::trunc).write(reinterpret_cast<char*>(bytes.data()),
                                                                 static_cast<std::streamsize>(bytes.size()));
-  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReader>(); }), Outcome(3, "The KRD file does not begin with a header packet."));
+  EXPECT_EQ(Failure([&] { Opened<KrfReader>(); }), Outcome(3, "The KRD file does not begin with a header packet."));
 }
 
 TEST_F(KrfFileTest, CreatingNeverOverwritesAndLeavesNothingBehindWhenItFails) {
   Record();
   const Bytes recorded = FileBytes(krd_);
-  EXPECT_EQ(OutcomeOf([&] { Opened<KrfRecorder>("another.krq"); }),
+  EXPECT_EQ(Failure([&] { Opened<KrfRecorder>("another.krq"); }),
             Outcome(2, "KRD file could not be created because it already exists."));
   EXPECT_EQ(FileBytes(krd_), recorded);
   EXPECT_FALSE(std::filesystem::exists(dir_.File("another.krq")));
@@ -187,7 +177,7 @@ TEST_F(KrfFileTest, CreatingNeverOverwritesAndLeavesNothingBehindWhenItFails) {
   // file is removed again.
   const std::string fresh_krd = dir_.File("fresh.krd");
   KrfRecorder recorder(fresh_krd, dir_.File("rec.krq"), nullptr, nullptr);
-  EXPECT_EQ(OutcomeOf([&] { recorder.Open(); }), Outcome(5, "KRQ file already exists."));
+  EXPECT_EQ(Failure([&] { recorder.Open(); }), Outcome(5, "KRQ file already exists."));
   EXPECT_FALSE(std::filesystem::exists(fresh_krd));
 }
 
@@ -218,7 +208,7 @@ TEST_F(KrfFileTest, ReindexingACutFileNamesThePacketAndKeepsEarlierRows) {
   std::ofstream(krd_, std::ios::binary | std::ios::trunc).write(reinterpret_cast<char*>(bytes.data()),
                                                                 static_cast<std::streamsize>(bytes.size()));
   auto reindexer = Opened<KrfReindexer>("rebuilt.krq");
-  EXPECT_EQ(OutcomeOf([&] { reindexer->Reindex(); }),
+  EXPECT_EQ(Failure([&] { reindexer->Reindex(); }),
             Outcome(3, "KRD file ended unexpectedly.\r\nFailed to read packet at " +
                            std::to_string(header_size + start_size)));
   reindexer->Close();
@@ -229,7 +219,7 @@ TEST_F(KrfFileTest, ReindexingACutFileNamesThePacketAndKeepsEarlierRows) {
 
 TEST_F(KrfFileTest, AFailedReindexOpenLeavesNoIndexBehind) {
   std::ofstream(krd_, std::ios::binary) << "not a recording";
-  EXPECT_EQ(OutcomeOf([&] { Opened<KrfReindexer>("rebuilt.krq"); }).first, 3);
+  EXPECT_EQ(Failure([&] { Opened<KrfReindexer>("rebuilt.krq"); }).first, 3);
   EXPECT_FALSE(std::filesystem::exists(dir_.File("rebuilt.krq")));
 }
 

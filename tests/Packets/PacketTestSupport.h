@@ -14,6 +14,7 @@
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
 #include "tests/Index/IndexTestSupport.h"
+#include "tests/TestSupport/Outcomes.h"
 #include "tests/TestSupport/TempDir.h"
 
 namespace Varnholt::KrdFiles::Packets {
@@ -59,10 +60,7 @@ class PacketFileTest : public ::testing::Test {
     EXPECT_NE(packet, nullptr);
     return packet;
   }
-  Bytes FileBytes() const {
-    std::ifstream in(path_, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), {});
-  }
+  Bytes FileBytes() const { return Testing::FileBytes(path_); }
   // A channel group of 2-byte samples, recorded in the index.
   std::shared_ptr<ChannelGroupPacket> AddGroup(uint32_t divisor, uint8_t channel_count) {
     auto group = std::make_shared<ChannelGroupPacket>(divisor, channel_count, kTwoByteType);

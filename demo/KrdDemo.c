@@ -1,0 +1,159 @@
+/* Demo, and an example of how a host calls the library: records a small
+ * recording (header, start time, annotation) in a fresh folder, reads it back
+ * in read mode, then rebuilds its index from the data file into a second
+ * index file and reads the recording back through that one too.
+ *
+ *   KrdDemo [folder]     (default: a new folder under /tmp)
+ *
+ * The demo has no host run-time, so the library allocates the strings and
+ * arrays it returns itself; every one of them is handed back with
+ * DisposeHostHandle. */
+
+#define _POSIX_C_SOURCE 200809L
+
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include "KrdFileLibApi.h"
+
+/* A host string or array is a block with a count and the elements; the
+ * handle to pass is the address of a variable that points to the block. */
+static KrdString* NewText(const char* text) {
+  const size_t length = strlen(text);
+  KrdString* block = malloc(sizeof(KrdString) + length);
+  if (block == NULL) exit(1);
+  block->cnt = (int32_t)length;
+  memcpy(block->str, text, length);
+  return block;
+}
+
+static KrdU8Array* NewBytes(const uint8_t* bytes, size_t count) {
+  KrdU8Array* block = malloc(sizeof(KrdU8Array) + count);
+  if (block == NULL) exit(1);
+  block->dimSize = (int32_t)count;
+  memcpy(block->elt, bytes, count);
+  return block;
+}
+
+/* Prints a returned string (not zero-terminated) and hands it back. */
+static void PrintAndDispose(const char* name, KrdStringHandle text) {
+  printf("  %-12s %.*s\n", name, (int)(*text)->cnt, (const char*)(*text)->str);
+  DisposeHostHandle(text);
+}
+
+/* Ends the demo when a call failed, with the library's text for it. */
+static void Check(int32_t code, KrdFileHandle file, const char* call) {
+  if (code == 0) return;
+  KrdStringHandle message = NULL;
+  GetMostRecentErrorMessage(file, &message);
+  fprintf(stderr, "%s failed with code %d: %.*s\n", call, code, (int)(*message)->cnt,
+          (const char*)(*message)->str);
+  DisposeHostHandle(message);
+  exit(1);
+}
+
+static KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode) {
+  KrdString* krd_path = NewText(krd);
+  KrdString* krq_path = NewText(krq);
+  KrdFileHandle file = 0;
+  KrdStringHandle why = NULL;
+  const int32_t code = DebugOpen(&krd_path, &krq_path, mode, &file, &why);
+  if (code != 0) {
+    fprintf(stderr, "Opening %s failed with code %d: %.*s\n", krd, code, (int)(*why)->cnt,
+            (const char*)(*why)->str);
+    exit(1);
+  }
+  DisposeHostHandle(why);
+  free(krd_path);
+  free(krq_path);
+  return file;
+}
+
+static void Record(const char* krd, const char* krq) {
+  static const uint8_t start[] = {0x07, 0xEA, 0x0B, 0x17, 0x09, 0x1E}; /* 2026-11-23 09:30 */
+  const KrdFileHandle file = OpenPair(krd, krq, 1);
+  KrdString* label = NewText("Demo rig, bench 3");
+  KrdU8Array* start_value = NewBytes(start, sizeof start);
+  KrdString* annotation = NewText("Ambient 21 C, sensors calibrated this morning.");
+  Check(CreateHeader(file, 1000000, 7, &label), file, "CreateHeader");
+  Check(CreateStart(file, 1, &start_value), file, "CreateStart");
+  Check(CreateAnnotation(file, &annotation), file, "CreateAnnotation");
+  Check(Close(file), file, "Close");
+  free(label);
+  free(start_value);
+  free(annotation);
+  printf("Recorded %s\n", krd);
+}
+
+static void PrintRecording(const char* krd, const char* krq) {
+  const KrdFileHandle file = OpenPair(krd, krq, 0);
+  uint32_t time_base = 0;
+  uint16_t start_type = 0;
+  KrdStringHandle text = NULL;
+  KrdU8ArrayHandle start = NULL;
+  printf("Read through %s:\n", krq);
+  Check(GetFileLabel(file, &text), file, "GetFileLabel");
+  PrintAndDispose("label", text);
+  Check(GetTimeBase(file, &time_base), file, "GetTimeBase");
+  printf("  %-12s %u ticks/s\n", "time base", (unsigned)time_base);
+  Check(GetStartDataType(file, &start_type), file, "GetStartDataType");
+  Check(GetRTStart(file, &start), file, "GetRTStart");
+  printf("  %-12s type %u, bytes", "start", (unsigned)start_type);
+  for (int32_t i = 0; i < (*start)->dimSize; ++i) printf(" %02x", (*start)->elt[i]);
+  printf("\n");
+  DisposeHostHandle(start);
+  Check(GetAnnotation(file, &text), file, "GetAnnotation");
+  PrintAndDispose("annotation", text);
+  Check(Close(file), file, "Close");
+}
+
+int main(int argc, char** argv) {
+  char folder[256] = "/tmp/krd-demo-XXXXXX";
+  if (argc > 1) {
+    snprintf(folder, sizeof folder, "%s", argv[1]);
+    mkdir(folder, 0777);
+  } else if (mkdtemp(folder) == NULL) {
+    perror("mkdtemp");
+    return 1;
+  }
+  char krd[300];
+  char krq[300];
+  char rebuilt_krq[300];
+  snprintf(krd, sizeof krd, "%s/demo.krd", folder);
+  snprintf(krq, sizeof krq, "%s/demo.krq", folder);
+  snprintf(rebuilt_krq, sizeof rebuilt_krq, "%s/rebuilt.krq", folder);
+
+  /* No run-time module: the library allocates what it returns. */
+  SetLVRTModule(NULL);
+  /* Sample data types, one row each: ID 1 of 2 bytes, ID 2 of 4, ID 3 of 8. */
+  static const uint16_t data_types[3][2] = {{1, 2}, {2, 4}, {3, 8}};
+  KrdU16Array2D* table = malloc(sizeof(KrdU16Array2D) + sizeof data_types);
+  if (table == NULL) return 1;
+  table->dimSizes[0] = 3;
+  table->dimSizes[1] = 2;
+  memcpy(table->elt, data_types, sizeof data_types);
+  const KrdLibrarySettings settings = {64 * 1024, &table, 100, 1000};
+  Initialize(&settings);
+  free(table);
+
+  Record(krd, krq);
+  PrintRecording(krd, krq);
+
+  KrdString* krd_path = NewText(krd);
+  KrdString* rebuilt_path = NewText(rebuilt_krq);
+  const int32_t code = CreateIndex(&krd_path, &rebuilt_path);
+  free(krd_path);
+  free(rebuilt_path);
+  if (code != 0) {
+    fprintf(stderr, "CreateIndex failed with code %d\n", code);
+    return 1;
+  }
+  printf("Rebuilt the index from the data file into %s\n", rebuilt_krq);
+  PrintRecording(krd, rebuilt_krq);
+
+  Terminate();
+  return 0;
+}

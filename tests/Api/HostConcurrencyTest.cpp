@@ -1,0 +1,97 @@
+// Host threads calling in at once, on their own handles and on a shared
+// one, while files open and close and the maintenance thread commits.
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "KrdFileLibApi.h"
+#include "tests/Api/HostFixture.h"
+#include "tests/Api/TestHost.h"
+
+namespace Varnholt::Testing {
+namespace {
+
+class HostConcurrencyTest : public HostFixture {
+ protected:
+  // The label as another connection sees it: only what has been committed.
+  std::string CommittedLabel(const std::string& krq) {
+    sqlite3* db = nullptr;
+    std::string label = "<unreadable>";
+    if (sqlite3_open_v2(dir_.File(krq).c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+      sqlite3_stmt* statement = nullptr;
+      if (sqlite3_prepare_v2(db, "SELECT label FROM file_information", -1, &statement, nullptr) ==
+              SQLITE_OK &&
+          sqlite3_step(statement) == SQLITE_ROW) {
+        const auto* text = static_cast<const char*>(sqlite3_column_blob(statement, 0));
+        label = text == nullptr ? "" : std::string(text, sqlite3_column_bytes(statement, 0));
+      }
+      sqlite3_finalize(statement);
+    }
+    sqlite3_close(db);
+    return label;
+  }
+};
+
+TEST_F(HostConcurrencyTest, ThreadsShareTheLibraryWhileTheMaintenanceThreadCommits) {
+  Configure(/*batch_size=*/100000, /*commit_interval_ms=*/20);
+  RecordComplete("shared");
+  const KrdFileHandle shared = OpenOrFail("shared", kEdit);
+  constexpr int kOwners = 3;
+  constexpr int kRounds = 40;
+  std::atomic<int> failures{0};
+  auto expect = [&](bool ok) { failures += ok ? 0 : 1; };
+  std::vector<std::thread> threads;
+
+  for (int owner = 0; owner < kOwners; ++owner) {
+    const std::string name = "own" + std::to_string(owner);
+    const KrdFileHandle own = OpenOrFail(name, kRecord);
+    threads.emplace_back([&, own, name] {
+      HostBytes label(name);
+      expect(CreateHeader(own, 1000, 1, label.String()) == 0);
+      for (int round = 0; round < kRounds; ++round) {
+        HostBytes text(name + " round " + std::to_string(round));
+        expect(SetAnnotation(own, text.String()) == 0);
+        KrdStringHandle read = nullptr;
+        expect(GetAnnotation(own, &read) == 0);
+        expect(TakeBytes(read) == name + " round " + std::to_string(round));
+        expect(SetFileLabel(shared, label.String()) == 0);
+        KrdStringHandle shared_label = nullptr;
+        expect(GetFileLabel(shared, &shared_label) == 0);
+        expect(TakeBytes(shared_label).rfind("own", 0) == 0);
+        LastMessage(shared);
+      }
+    });
+  }
+  threads.emplace_back([&] {  // opens and closes files beside the others
+    for (int round = 0; round < kRounds; ++round) {
+      KrdFileHandle file = 0;
+      HostBytes krd(dir_.File("shared.krd"));
+      HostBytes krq(dir_.File("shared.krq"));
+      expect(Open(krd.String(), krq.String(), kRead, &file) == 0);
+      uint32_t time_base = 0;
+      expect(GetTimeBase(file, &time_base) == 0 && time_base == 1000);
+      expect(Close(file) == 0);
+      expect(GetTimeBase(file, &time_base) == 7);
+    }
+  });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(failures, 0);
+
+  // The shared file's last label is committed by time alone, while it is open.
+  HostBytes final_label("final");
+  ASSERT_EQ(SetFileLabel(shared, final_label.String()), 0);
+  const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (CommittedLabel("shared.krq") != "final" && std::chrono::steady_clock::now() < give_up) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(CommittedLabel("shared.krq"), "final");
+}
+
+}  // namespace
+}  // namespace Varnholt::Testing

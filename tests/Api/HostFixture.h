@@ -1,0 +1,102 @@
+#pragma once
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "KrdFileLibApi.h"
+#include "tests/Api/TestHost.h"
+#include "tests/TestSupport/TempDir.h"
+
+namespace Varnholt::Testing {
+
+// Reads a returned string or byte array and disposes of its handle.
+inline std::string TakeBytes(void* handle) {
+  if (handle == nullptr) return "<null handle>";
+  const auto* block = static_cast<const KrdString*>(*static_cast<void**>(handle));
+  std::string bytes(reinterpret_cast<const char*>(block->str),
+                    static_cast<std::size_t>(block->cnt));
+  DisposeHostHandle(handle);
+  return bytes;
+}
+
+// The handle's most recent text, prefixed with the code when
+// GetMostRecentErrorMessage did not return 0.
+inline std::string LastMessage(KrdFileHandle file) {
+  KrdStringHandle text = nullptr;
+  const int32_t code = GetMostRecentErrorMessage(file, &text);
+  std::string message = TakeBytes(text);
+  return code == 0 ? message : "<" + std::to_string(code) + ">" + message;
+}
+
+// A host for tests of the C interface. It names the test run-time module,
+// whose allocator then makes every returned handle, and at the end closes
+// what the test opened and checks that every handle the run-time made was
+// disposed of through the library.
+class HostFixture : public ::testing::Test {
+ protected:
+  static constexpr uint8_t kRead = 0;
+  static constexpr uint8_t kRecord = 1;
+  static constexpr uint8_t kEdit = 2;
+
+  void SetUp() override {
+    ASSERT_NE(run_time_, nullptr) << dlerror();
+    ASSERT_EQ(SetLVRTModule(run_time_), 0);
+    live_at_start_ = LiveRunTimeHandles();
+    Configure(/*batch_size=*/100, /*commit_interval_ms=*/10000);
+  }
+  void TearDown() override {
+    for (KrdFileHandle file : opened_) Close(file);
+    SetLVRTModule(run_time_);
+    EXPECT_EQ(LiveRunTimeHandles(), live_at_start_) << "a returned handle was not disposed of";
+  }
+
+  static void Configure(int32_t batch_size, int32_t commit_interval_ms) {
+    const KrdLibrarySettings settings{64 * 1024, nullptr, batch_size, commit_interval_ms};
+    ASSERT_EQ(Initialize(&settings), 0);
+  }
+
+  // Opens name.krd with name.krq (or another index); the handle is closed at
+  // the end of the test.
+  KrdFileHandle OpenOrFail(const std::string& name, uint8_t mode,
+                           const std::string& krq_name = "") {
+    HostBytes krd(dir_.File(name + ".krd"));
+    HostBytes krq(dir_.File((krq_name.empty() ? name : krq_name) + ".krq"));
+    KrdFileHandle file = 0;
+    EXPECT_EQ(Open(krd.String(), krq.String(), mode, &file), 0) << name;
+    opened_.push_back(file);
+    return file;
+  }
+
+  // A closed recording with header, start and annotation.
+  void RecordComplete(const std::string& name) {
+    const KrdFileHandle file = OpenOrFail(name, kRecord);
+    HostBytes label("Rig " + name);
+    HostBytes start("\x07\xEA\x0B\x17");
+    HostBytes annotation("Sensors calibrated.");
+    EXPECT_EQ(CreateHeader(file, 1000, 3, label.String()), 0);
+    EXPECT_EQ(CreateStart(file, 9, start.Array()), 0);
+    EXPECT_EQ(CreateAnnotation(file, annotation.String()), 0);
+    EXPECT_EQ(Close(file), 0);
+  }
+
+ public:
+  // The size the test run-time made a handle with; -1 when it did not make it.
+  static int64_t RunTimeSize(void* handle) {
+    return reinterpret_cast<int64_t (*)(void*)>(dlsym(run_time_, "TestRunTimeHandleSize"))(handle);
+  }
+  static std::size_t LiveRunTimeHandles() {
+    return reinterpret_cast<std::size_t (*)()>(dlsym(run_time_, "TestRunTimeLiveHandles"))();
+  }
+
+ protected:
+  TempDir dir_;
+  std::vector<KrdFileHandle> opened_;
+  std::size_t live_at_start_ = 0;
+  static inline void* const run_time_ = dlopen(KRD_TEST_RUN_TIME, RTLD_NOW | RTLD_LOCAL);
+};
+
+}  // namespace Varnholt::Testing
