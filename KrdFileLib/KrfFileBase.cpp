@@ -30,9 +30,10 @@ void KrfFileBase::Close() {
 
 void KrfFileBase::Reindex() { throw Errors::OnlyAllowedInReindexMode(); }
 
-void KrfFileBase::CommitIndexIfDue() {
+void KrfFileBase::MaintainIndex() {
   Lock lock(mutex_);
   index_.CommitIfDue();
+  index_.ReleaseReadSnapshot();
 }
 
 void KrfFileBase::CheckHeader() { Packets::HeaderPacket::ReadFromFile(data_file_, index_); }

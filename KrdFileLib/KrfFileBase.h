@@ -44,8 +44,10 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   virtual void Close();
   // Rebuilds the index from the data file; reindex mode only (code 42).
   virtual void Reindex();
-  // Commits the index's open batch once its commit interval has passed.
-  void CommitIndexIfDue();
+  // The maintenance pass on this file: commits the index's open batch once
+  // its commit interval has passed, and lets an index that has only read
+  // since its last commit see what other connections committed.
+  void MaintainIndex();
 
   // The recording's header, time base, start and annotation.
   void CreateHeader(uint32_t time_base, uint16_t device_id, const std::string& label);

@@ -32,7 +32,7 @@ void MaintenanceThread::RunPass(const KrfFileTable& table) {
     std::shared_ptr<KrfFileBase> file = table.FileInSlot(slot);  // table lock only
     if (!file) continue;
     try {
-      file->CommitIndexIfDue();  // file lock only
+      file->MaintainIndex();  // file lock only
     } catch (...) {
       // A failed commit stays pending; the next pass or the file's own next
       // statement tries again, and the host hears of it from that call.

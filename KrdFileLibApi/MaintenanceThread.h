@@ -14,7 +14,9 @@ namespace Varnholt::KrdFiles {
 // writes index rows in batches that commit by count; a recording that goes
 // quiet would otherwise leave its last rows uncommitted, so every 50 ms this
 // thread walks the open files and commits each batch whose commit interval
-// has passed. It holds one lock at a time: the table's while it looks up a
+// has passed. On the same pass an index that has only read since its last
+// commit lets go of its read snapshot, so that a reader follows a recording
+// in progress. It holds one lock at a time: the table's while it looks up a
 // slot, then the file's while it commits, never both.
 class MaintenanceThread : public CommonLib::NonCopyableClassBase {
  public:

@@ -140,6 +140,10 @@ void IndexConnection::CommitIfDue() {
   }
 }
 
+void IndexConnection::ReleaseReadSnapshot() {
+  if (is_open_ && pending_statements_ == 0 && database_.HoldsReadSnapshot()) CommitAndBegin();
+}
+
 int64_t IndexConnection::LastInsertRowId() const {
   RequireOpen();
   return database_.LastInsertRowId();

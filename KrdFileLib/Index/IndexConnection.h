@@ -72,6 +72,13 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Called by the maintenance thread: commits once the interval since the
   // batch's first statement has passed.
   void CommitIfDue();
+  // Called by the maintenance thread too: a transaction that has only read
+  // pins the snapshot of its first read, so a reader would never see what a
+  // recorder commits later, and SQLite could not checkpoint the write-ahead
+  // log past it while the reader stays open. This ends such a transaction
+  // and begins a new one; a cursor still open keeps its own snapshot until
+  // it is done.
+  void ReleaseReadSnapshot();
 
   int64_t LastInsertRowId() const;
   bool IsOpen() const { return is_open_; }

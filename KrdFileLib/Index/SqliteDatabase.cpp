@@ -24,6 +24,10 @@ std::optional<SqliteDatabase> SqliteDatabase::Open(const std::string& path, int 
   return database;
 }
 
+bool SqliteDatabase::HoldsReadSnapshot() const {
+  return handle_ != nullptr && sqlite3_txn_state(handle_.get(), nullptr) == SQLITE_TXN_READ;
+}
+
 bool SqliteDatabase::InTransaction() const {
   return handle_ != nullptr && sqlite3_get_autocommit(handle_.get()) == 0;
 }

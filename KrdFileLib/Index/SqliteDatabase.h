@@ -25,6 +25,9 @@ class SqliteDatabase {
   sqlite3* Handle() const { return handle_.get(); }
   // True while an explicit transaction is open on the connection.
   bool InTransaction() const;
+  // True while a transaction has read but written nothing: it holds a read
+  // snapshot of the database.
+  bool HoldsReadSnapshot() const;
   int64_t LastInsertRowId() const;
   std::string ErrorMessage() const;
 

@@ -93,5 +93,29 @@ TEST_F(HostConcurrencyTest, ThreadsShareTheLibraryWhileTheMaintenanceThreadCommi
   EXPECT_EQ(CommittedLabel("shared.krq"), "final");
 }
 
+// A host that shows a recording while it is being made: a reader handle on
+// the pair sees what the recorder commits after the reader's first read.
+TEST_F(HostConcurrencyTest, AReaderFollowsARecordingInProgress) {
+  Configure(/*batch_size=*/1, /*commit_interval_ms=*/10000);
+  const KrdFileHandle recorder = OpenOrFail("live", kRecord);
+  HostBytes first("first");
+  ASSERT_EQ(CreateHeader(recorder, 1000, 1, first.String()), 0);
+  const KrdFileHandle reader = OpenOrFail("live", kRead);
+  auto label_of_reader = [&] {
+    KrdStringHandle label = nullptr;
+    EXPECT_EQ(GetFileLabel(reader, &label), 0);
+    return TakeBytes(label);
+  };
+  EXPECT_EQ(label_of_reader(), "first");
+
+  HostBytes second("second");
+  ASSERT_EQ(SetFileLabel(recorder, second.String()), 0);
+  const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (label_of_reader() != "second" && std::chrono::steady_clock::now() < give_up) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(label_of_reader(), "second");
+}
+
 }  // namespace
 }  // namespace Varnholt::Testing

@@ -85,6 +85,23 @@ TEST_F(IndexBatchingTest, AFailedStatementIsNotCountedAndKeepsTheBatch) {
   EXPECT_EQ(RowCount(*OpenReader(), "data"), 4);
 }
 
+// A reader's snapshot is fixed by its first read until released; a
+// connection with writes pending keeps its batch.
+TEST_F(IndexBatchingTest, ReleasingAReadSnapshotShowsLaterCommitsAndKeepsPendingWrites) {
+  SetCommitLimits(2, 10000);
+  auto reader = OpenReader();
+  EXPECT_EQ(RowCount(*reader, "data"), 0);
+  InsertBlocks(2);  // one batch, committed
+  EXPECT_EQ(RowCount(*reader, "data"), 0);
+  reader->ReleaseReadSnapshot();
+  EXPECT_EQ(RowCount(*reader, "data"), 2);
+
+  InsertBlock(2);
+  connection_.ReleaseReadSnapshot();
+  EXPECT_EQ(connection_.PendingStatements(), 1);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 2);
+}
+
 // Rebuilding an index switches synchronous writes off with one counted
 // statement; it must also work when every statement commits.
 class IndexDisableSynchronousWritesTest : public CreatedIndexTest,
