@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <new>
-#include <thread>
 
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/CommitLimits.h"
@@ -65,24 +63,6 @@ TEST_F(FileOperationTest, ForeignExceptionsAreCode36WithTheUnexpectedText) {
   EXPECT_EQ(Message(handle), "An unexpexted error (unrecognized exception) occured.");
 }
 
-TEST_F(FileOperationTest, BadHandlesReturn7AndOnlyAClosedHandleKeepsTheText) {
-  int runs = 0;
-  auto work = [&](KrfFileBase&) { ++runs; };
-  EXPECT_EQ(RunFileOperation(table_, 0, work), 7);
-  EXPECT_EQ(RunFileOperation(table_, 5, work), 7);
-  EXPECT_EQ(Message(0), "<none>");
-  EXPECT_EQ(Message(5), "<none>");
-
-  const uint32_t handle = OpenFile();
-  table_.RecordMessage(handle, "old failure");
-  EXPECT_EQ(CloseOperation(table_, handle).Execute(), 0);
-  EXPECT_EQ(Message(handle), "");
-  EXPECT_EQ(RunFileOperation(table_, handle, work), 7);
-  EXPECT_EQ(Message(handle), "File handle was previously closed.");
-  EXPECT_EQ(CloseOperation(table_, handle).Execute(), 7);
-  EXPECT_EQ(runs, 0);
-}
-
 TEST_F(FileOperationTest, MaintenancePassCommitsOnlyBatchesThatAreDue) {
   OpenFile();
   auto due = file_;
@@ -94,32 +74,6 @@ TEST_F(FileOperationTest, MaintenancePassCommitsOnlyBatchesThatAreDue) {
   MaintenanceThread::RunPass(table_);
   EXPECT_EQ(due->IndexOf().PendingStatements(), 0);
   EXPECT_EQ(fresh->IndexOf().PendingStatements(), 1);
-}
-
-TEST_F(FileOperationTest, MaintenanceThreadCommitsWhileHostThreadsWrite) {
-  const uint32_t handle = OpenFile();
-  MaintenanceThread maintenance(table_, clock_);  // each pause advances the fake clock 50 ms
-  maintenance.Start();
-  std::vector<std::thread> writers;
-  for (int t = 0; t < 3; ++t) {
-    writers.emplace_back([&] {
-      for (int i = 0; i < 50; ++i) {
-        RunFileOperation(table_, handle, [](KrfFileBase& file) { static_cast<IndexedFile&>(file).Insert(); });
-      }
-    });
-  }
-  for (auto& writer : writers) writer.join();
-  const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  auto pending = [&] {
-    std::lock_guard lock(file_->Mutex());
-    return file_->IndexOf().PendingStatements();
-  };
-  while (pending() != 0 && std::chrono::steady_clock::now() < give_up) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  maintenance.Stop();
-  EXPECT_EQ(file_->IndexOf().PendingStatements(), 0);
-  EXPECT_FALSE(maintenance.IsRunning());
 }
 
 }  // namespace

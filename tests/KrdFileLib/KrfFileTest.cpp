@@ -43,16 +43,6 @@ class KrfFileTest : public ::testing::Test {
   std::string krd_ = dir_.File("rec.krd");
 };
 
-TEST_F(KrfFileTest, ARecordingReadsBackInReadMode) {
-  Record();
-  auto reader = Opened<KrfReader>();
-  EXPECT_EQ(reader->GetTimeBase(), 1000u);
-  EXPECT_EQ(reader->GetFileLabel(), "rig 3");
-  EXPECT_EQ(reader->GetStartDataType(), 2);
-  EXPECT_EQ(reader->GetRTStart(), (Bytes{1, 2, 3}));
-  EXPECT_EQ(reader->GetAnnotation(), "calibrated");
-}
-
 TEST_F(KrfFileTest, OnceOnlyFactsAreRefusedTheSecondTimeAndTheFileKeepsOneCopy) {
   auto recorder = Opened<KrfRecorder>();
   EXPECT_EQ(Failure([&] { recorder->GetTimeBase(); }), Outcome(40, "The file header has not been created."));
@@ -132,39 +122,6 @@ TEST_P(KrfModeTest, EachModeRefusesItsFamilies) {
 
 INSTANTIATE_TEST_SUITE_P(Modes, KrfModeTest, ::testing::Range(0, 4));
 
-TEST_F(KrfFileTest, OpeningRefusesMissingOrMismatchedFiles) {
-  EXPECT_EQ(Failure([&] { Opened<KrfReader>(); }),
-            Outcome(1, "The KRD file could not be opened because it does not exist."));
-  Record();
-  EXPECT_EQ(Failure([&] { Opened<KrfReader>("missing.krq"); }), Outcome(4, "The index file could not be found."));
-
-  // The index of another recording.
-  const std::string other_krd = dir_.File("other.krd");
-  {
-    KrfRecorder other(other_krd, dir_.File("other.krq"), nullptr, nullptr);
-    other.Open();
-    other.CreateHeader(1, 0, "other");
-    other.Close();
-  }
-  EXPECT_EQ(Failure([&] { Opened<KrfEditor>("other.krq"); }),
-            Outcome(3, "The KRQ file's GUID does not match the KRD file's GUID."));
-}
-
-TEST_F(KrfFileTest, OpeningRefusesADataFileWithoutAValidHeader) {
-  Record();
-  Bytes bytes = FileBytes(krd_);
-  bytes[5 + 3] = 'X';  // file type "KRD" followed by other than five zero bytes
-  std::ofstream(krd_, std::ios::binary | std::ios::trunc).write(reinterpret_cast<char*>(bytes.data()),
-                                                                static_cast<std::streamsize>(bytes.size()));
-  EXPECT_EQ(Failure([&] { Opened<KrfReader>(); }),
-            Outcome(3, "File header does not contain a valid file type string."));
-
-  bytes[0] = 11;  // an annotation packet first
-  std::ofstream(krd_, std::ios::binary | std::ios::trunc).write(reinterpret_cast<char*>(bytes.data()),
-                                                                static_cast<std::streamsize>(bytes.size()));
-  EXPECT_EQ(Failure([&] { Opened<KrfReader>(); }), Outcome(3, "The KRD file does not begin with a header packet."));
-}
-
 TEST_F(KrfFileTest, CreatingNeverOverwritesAndLeavesNothingBehindWhenItFails) {
   Record();
   const Bytes recorded = FileBytes(krd_);
@@ -179,24 +136,6 @@ TEST_F(KrfFileTest, CreatingNeverOverwritesAndLeavesNothingBehindWhenItFails) {
   KrfRecorder recorder(fresh_krd, dir_.File("rec.krq"), nullptr, nullptr);
   EXPECT_EQ(Failure([&] { recorder.Open(); }), Outcome(5, "KRQ file already exists."));
   EXPECT_FALSE(std::filesystem::exists(fresh_krd));
-}
-
-TEST_F(KrfFileTest, ReindexingRestoresTheRecordedFactsAndUndoesEdits) {
-  Record();
-  {
-    auto editor = Opened<KrfEditor>();
-    editor->SetFileLabel("edited");
-    editor->Close();
-  }
-  {
-    auto reindexer = Opened<KrfReindexer>("rebuilt.krq");
-    reindexer->Reindex();
-    reindexer->Close();
-  }
-  auto reader = Opened<KrfReader>("rebuilt.krq");
-  EXPECT_EQ(reader->GetFileLabel(), "rig 3");
-  EXPECT_EQ(reader->GetRTStart(), (Bytes{1, 2, 3}));
-  EXPECT_EQ(reader->GetAnnotation(), "calibrated");
 }
 
 TEST_F(KrfFileTest, ReindexingACutFileNamesThePacketAndKeepsEarlierRows) {

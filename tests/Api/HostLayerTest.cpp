@@ -1,6 +1,5 @@
-// The C++ layer under the exported functions: the adapter every file
-// function is made of, the host value conventions, and Initialize's reading
-// of the host's settings.
+// The C++ layer under the exported functions: the host value conventions,
+// Initialize's reading of the host's settings, and the library instance.
 
 #include <gtest/gtest.h>
 
@@ -9,53 +8,12 @@
 
 #include "KrdFileLib/DataTypeRegistry.h"
 #include "KrdFileLib/Index/CommitLimits.h"
-#include "KrdFileLib/KrfModes.h"
-#include "KrdFileLibApi/FileFunction.h"
 #include "KrdFileLibApi/HostSettings.h"
 #include "KrdFileLibApi/HostValues.h"
 #include "KrdFileLibApi/LibraryInstance.h"
-#include "tests/Api/TestHost.h"
-#include "tests/TestSupport/TempDir.h"
 
 namespace Varnholt::KrdFiles {
 namespace {
-
-using Testing::HostBytes;
-
-std::string LastMessage(uint32_t handle) {
-  return LibraryInstance::Process().Files().MostRecentMessage(handle).value_or("<none>");
-}
-
-// Adapters as the exported table makes them, called on a file object that no
-// exported function can reach: a reindexer.
-TEST(FileFunctionTest, AReindexerRefusesOnlyAppendsAndAnyOtherModeRefusesReindexing) {
-  Testing::TempDir dir;
-  LibraryInstance& library = LibraryInstance::Process();
-  KrfRecorder recorder(dir.File("a.krd"), dir.File("a.krq"), library.Settings(), library.Clock());
-  recorder.Open();
-  recorder.CreateHeader(1000, 1, "label");
-  recorder.Close();
-  auto reindexer = std::make_shared<KrfReindexer>(dir.File("a.krd"), dir.File("b.krq"),
-                                                  library.Settings(), library.Clock());
-  reindexer->Open();
-  const uint32_t reindexing = library.Files().Issue(reindexer);
-  auto reader = std::make_shared<KrfReader>(dir.File("a.krd"), dir.File("a.krq"),
-                                            library.Settings(), library.Clock());
-  reader->Open();
-  const uint32_t reading = library.Files().Issue(reader);
-
-  HostBytes label("other");
-  EXPECT_EQ((FileFunction<&KrfFileBase::CreateHeader, decltype(CreateHeader)>::Call(
-                reindexing, 1, 1, label.String())),
-            42);
-  EXPECT_EQ(LastMessage(reindexing), "This operation is not allowed in reindex mode.");
-  EXPECT_EQ((FileFunction<&KrfFileBase::SetTimeBase, decltype(SetTimeBase)>::Call(reindexing, 7)),
-            0);
-  EXPECT_EQ((FileFunction<&KrfFileBase::Reindex, int32_t(KrdFileHandle)>::Call(reading)), 42);
-  EXPECT_EQ(LastMessage(reading), "This operation is only allowed in reindex mode.");
-  library.Files().Close(reindexing);
-  library.Files().Close(reading);
-}
 
 template <typename Array, typename Element>
 std::vector<Element> TakeArray(Array** handle) {
