@@ -34,16 +34,6 @@ class KrfFileTableTest : public ::testing::Test {
   KrfFileTable table_{std::make_shared<FileLibrarySettings>()};
 };
 
-TEST_F(KrfFileTableTest, IssuesTheLowestFreeHandleFirst) {
-  EXPECT_EQ(table_.Issue(NewFile()), 1u);
-  EXPECT_EQ(table_.Issue(NewFile()), 2u);
-  EXPECT_EQ(table_.Issue(NewFile()), 3u);
-  table_.Close(2);
-  EXPECT_EQ(table_.Issue(NewFile()), 2u);
-  EXPECT_EQ(table_.Issue(NewFile()), 4u);
-  EXPECT_EQ(table_.SlotCount(), 4u);
-}
-
 TEST_F(KrfFileTableTest, FetchRejectsNullUnknownAndClosedHandles) {
   auto file = NewFile();
   const uint32_t handle = table_.Issue(file);
@@ -87,16 +77,6 @@ TEST_F(KrfFileTableTest, MessagesAreKeptPerHandleAndSurviveClose) {
   table_.RecordMessage(first, "File handle was previously closed.");
   EXPECT_EQ(table_.MostRecentMessage(first), "File handle was previously closed.");
   EXPECT_EQ(table_.MostRecentMessage(second), "second failed");
-}
-
-TEST_F(KrfFileTableTest, MessagesOfNullOrUnknownHandlesAreRefusedWithCode7) {
-  table_.Issue(NewFile());
-  EXPECT_EQ(table_.MostRecentMessage(0), std::nullopt);
-  EXPECT_EQ(table_.MostRecentMessage(2), std::nullopt);
-  EXPECT_EQ(Failure([&] { table_.RecordMessage(0, "x"); }),
-            std::make_pair(7, std::string("File handle was NULL.")));
-  EXPECT_EQ(Failure([&] { table_.RecordMessage(2, "x"); }),
-            std::make_pair(7, std::string("File handle was invalid.")));
 }
 
 TEST_F(KrfFileTableTest, ConcurrentOpenAndCloseNeverShareAHandle) {

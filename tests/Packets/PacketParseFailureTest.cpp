@@ -1,7 +1,5 @@
-// Damaged packets fail with the library's own errors, and arbitrary bytes
-// never do anything else.
-
-#include <random>
+// Damaged packets fail with the library's own errors. Arbitrary bytes are
+// the fuzz target's job (fuzz/ParsePacketFuzzer).
 
 #include "tests/Packets/PacketTestSupport.h"
 
@@ -80,24 +78,6 @@ TEST_P(DamagedPacketTest, FailsWithItsParsingError) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, DamagedPacketTest, ::testing::ValuesIn(kDamagedCases),
                          [](const auto& info) { return std::string(info.param.name); });
-
-// A small fuzzer: frames of every type id, with body lengths that fit or
-// run past the bytes that follow, over random bodies.
-TEST_F(PacketFileTest, ArbitraryBytesOnlyEverRaiseTheLibrarysErrors) {
-  AddGroup(1, 1);
-  std::mt19937 random(20240611);
-  for (int round = 0; round < 3000; ++round) {
-    Bytes packet{static_cast<uint8_t>(random() % 16)};
-    const uint32_t body_length = random() % 48;
-    PutUInt32(packet, random() % 8 == 0 ? random() : body_length);
-    for (uint32_t i = 0; i < body_length; ++i) packet.push_back(static_cast<uint8_t>(random()));
-    const uint64_t offset = AppendRaw(packet);
-    try {
-      ParseAt(offset);
-    } catch (const ApiException&) {
-    }
-  }
-}
 
 }  // namespace
 }  // namespace Varnholt::KrdFiles::Packets
