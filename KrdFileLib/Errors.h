@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "KrdFileLib/Exceptions.h"
 
@@ -133,6 +134,10 @@ inline E36 KrdFileOpenFailed(const std::string& path) {
 }
 inline E36 KrdFileWriteFailed() { return E36("The KRD file could not be written to due to an unknown error."); }
 inline E36 StartTimeExceedsEndTime() { return E36("The startTime exceeds endTime."); }
+inline E36 TextTooLong(std::string_view field, uint64_t length, uint64_t limit) {
+  return E36("The " + std::string(field) + " is " + Decimal(length) + " bytes long; a packet holds at most " +
+             Decimal(limit) + " bytes.");
+}
 // Opening and creating word this differently; hosts may match on either text.
 inline ApiException IndexAlreadyOpenOnOpen() { return ApiException(36, "The index file is already open"); }
 inline ApiException IndexAlreadyOpenOnCreate() { return ApiException(36, "The index file is already open."); }
@@ -168,9 +173,11 @@ inline E42 ZeroLengthInterval() {
 }
 
 // 43 to 48: recording rules.
-inline FileLibraryException<43> InterleaveIndexTooLarge(uint64_t group, uint64_t limit) {
+// The limit is the channel count less one: -1 for a group of no channels,
+// which takes no channel at all.
+inline FileLibraryException<43> InterleaveIndexTooLarge(uint64_t group, int64_t limit) {
   return FileLibraryException<43>("For channel group " + Decimal(group) + " the interleave index may not exceed " +
-                                  Decimal(limit));
+                                  std::to_string(limit));
 }
 inline FileLibraryException<44> StartAlreadyCreated() {
   return FileLibraryException<44>("Start time has already been created.");

@@ -9,6 +9,7 @@
 #include "CommonLib/IClock.h"
 #include "CommonLib/NonCopyableClassBase.h"
 #include "CommonLib/PolymorphicBasedClassBase.h"
+#include "KrdFileLib/AttributeId.h"
 #include "KrdFileLib/FileLibrarySettings.h"
 #include "KrdFileLib/Index/IndexConnection.h"
 #include "KrdFileLib/KrdInstance.h"
@@ -29,14 +30,24 @@ class PacketBase;
 // only), modifying the recording (not in read mode; in edit and reindex mode
 // only the index changes, because only a recorder writes packets), reading
 // (always), and rebuilding the index (reindex mode only).
+//
+// The operations are grouped by family below; each family is implemented in
+// a source file of its own, named after it (KrfDeviceOperations.cpp, ...).
+// Every modifying operation checks in the same order: the mode, then the
+// existence of what it refers to, then uniqueness, then it writes; a refused
+// call changes neither file. Lookups read index rows, never packets.
 class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
                     public CommonLib::NonCopyableClassBase {
  public:
   using Bytes = std::vector<uint8_t>;
+  using Ids = std::vector<uint16_t>;
+  using AttributeIds = std::vector<AttributeId>;
 
   KrfFileBase(std::string krd_path, std::string krq_path,
               std::shared_ptr<FileLibrarySettings> settings,
               std::shared_ptr<const CommonLib::IClock> clock);
+
+  // Opening and closing (KrfFileBase.cpp, KrfModes.cpp) -------------------
 
   // Opens or creates the pair as the mode requires.
   virtual void Open() = 0;
@@ -49,7 +60,8 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   // since its last commit see what other connections committed.
   void MaintainIndex();
 
-  // The recording's header, time base, start and annotation.
+  // Header, time base, start and annotation (KrfHeaderOperations.cpp) ------
+
   void CreateHeader(uint32_t time_base, uint16_t device_id, const std::string& label);
   void SetTimeBase(uint32_t time_base);
   uint32_t GetTimeBase();
@@ -63,6 +75,67 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   void SetAnnotation(const std::string& text);
   std::string GetAnnotation();
 
+  // Device tree and device attributes (KrfDeviceOperations.cpp) -----------
+
+  // parent_id 65535 makes the root device, which always gets ID 0.
+  uint16_t CreateDevice(uint16_t parent_id, const std::string& label);
+  // Takes the device's attributes with it; its physical channels stay.
+  void DeleteDevice(uint16_t device_id);
+  Ids DeviceChildrenList(uint16_t device_id);
+  void SetDeviceLabel(uint16_t device_id, const std::string& label);
+  std::string GetDeviceLabel(uint16_t device_id);
+  void CreateDeviceAttribute(uint16_t device_id, uint16_t key, uint16_t index, const Bytes& value);
+  void SetDeviceAttribute(uint16_t device_id, uint16_t key, uint16_t index, const Bytes& value);
+  Bytes GetDeviceAttribute(uint16_t device_id, uint16_t key, uint16_t index);
+  void DeleteDeviceAttribute(uint16_t device_id, uint16_t key, uint16_t index);
+  AttributeIds DeviceAttributeList(uint16_t device_id);
+
+  // Physical channels and their attributes (KrfPhysicalChannelOperations.cpp)
+
+  uint16_t CreatePhysicalChannel(uint16_t device_id, uint16_t channel_number,
+                                 const std::string& label);
+  // Takes the physical channel's attributes with it; channels and event
+  // sources that name it stay.
+  void DeletePhysicalChannel(uint16_t physical_channel_id);
+  Ids PhysicalChannelList(uint16_t device_id);
+  void SetPhysicalChannelLabel(uint16_t physical_channel_id, const std::string& label);
+  std::string GetPhysicalChannelLabel(uint16_t physical_channel_id);
+  uint16_t GetPhysicalChannelNbr(uint16_t physical_channel_id);
+  void CreatePhysicalChannelAttribute(uint16_t physical_channel_id, uint16_t key, uint16_t index,
+                                      const Bytes& value);
+  void SetPhysicalChannelAttribute(uint16_t physical_channel_id, uint16_t key, uint16_t index,
+                                   const Bytes& value);
+  Bytes GetPhysicalChannelAttribute(uint16_t physical_channel_id, uint16_t key, uint16_t index);
+  void DeletePhysicalChannelAttribute(uint16_t physical_channel_id, uint16_t key, uint16_t index);
+  AttributeIds PhysicalChannelAttributeList(uint16_t physical_channel_id);
+
+  // Channel groups (KrfChannelGroupOperations.cpp) -------------------------
+
+  // Checks none of its arguments: the data type is checked when data is
+  // recorded.
+  uint16_t CreateChannelGroup(uint32_t time_base_divisor, uint8_t channel_count,
+                              uint16_t data_type);
+  // Refused while a channel names the group; its data blocks stay indexed.
+  void DeleteChannelGroup(uint16_t group_id);
+  Ids ChannelGroupList();
+  void SetChGroupTimeBaseDivisor(uint16_t group_id, uint32_t time_base_divisor);
+  uint32_t GetChGroupTimeBaseDivisor(uint16_t group_id);
+  uint8_t GetChGroupChCount(uint16_t group_id);
+  uint16_t GetChGroupDataType(uint16_t group_id);
+
+  // Channels (KrfChannelOperations.cpp) -------------------------------------
+
+  uint16_t CreateChannel(uint16_t group_id, uint16_t physical_channel_id,
+                         uint8_t interleave_index, const std::string& label);
+  // Takes the channel's post-process steps with it.
+  void DeleteChannel(uint16_t channel_id);
+  Ids ChannelList();
+  Ids ChInGroupList(uint16_t group_id);
+  Ids ChInPhysicalChannelList(uint16_t physical_channel_id);
+  uint8_t GetChInterleaveIndex(uint16_t channel_id);
+  void SetChLabel(uint16_t channel_id, const std::string& label);
+  std::string GetChLabel(uint16_t channel_id);
+
   std::recursive_mutex& Mutex() { return mutex_; }
 
  protected:
@@ -72,6 +145,15 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   // Puts a packet that an operation has built and indexed into the data
   // file; only a recorder writes.
   virtual void CommitPacket(Packets::PacketBase& /*packet*/) {}
+
+  // Holds the file's mutex for the rest of an operation.
+  [[nodiscard]] std::lock_guard<std::recursive_mutex> LockFile() {
+    return std::lock_guard<std::recursive_mutex>(mutex_);
+  }
+  // The last steps of creating an entity whose checks have passed: the
+  // packet takes the data file's end as its offset, its row goes into the
+  // index (which assigns the entity's ID), and a recorder appends it.
+  void AddPacket(Packets::PacketBase& packet);
 
   // The opening steps the modes combine.
   void CheckHeader();

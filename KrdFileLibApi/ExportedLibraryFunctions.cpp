@@ -8,6 +8,7 @@
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLibApi.h"
 #include "KrdFileLibApi/CreateIndexOperation.h"
+#include "KrdFileLibApi/Export.h"
 #include "KrdFileLibApi/FileOperation.h"
 #include "KrdFileLibApi/HostAllocator.h"
 #include "KrdFileLibApi/HostSettings.h"
@@ -58,14 +59,14 @@ int32_t RunOpen(KrdStringHandle krd_path, KrdStringHandle krq_path, uint8_t mode
 
 extern "C" {
 
-int32_t SetLVRTModule(void* module) {
+KRD_EXPORT int32_t SetLVRTModule(void* module) {
   HostAllocator::Process().SetRunTimeModule(module);
   return 0;
 }
 
 // Always 0 but for a failure to allocate; a null settings address changes
 // nothing.
-int32_t Initialize(const KrdLibrarySettings* settings) {
+KRD_EXPORT int32_t Initialize(const KrdLibrarySettings* settings) {
   if (settings == nullptr) return 0;
   return Guarded([&] {
     LibraryInstance::Process().Initialize(ReadHostSettings(*settings));
@@ -73,14 +74,15 @@ int32_t Initialize(const KrdLibrarySettings* settings) {
   });
 }
 
-int32_t Terminate(void) {
+KRD_EXPORT int32_t Terminate(void) {
   return Guarded([] {
     LibraryInstance::Process().Terminate();
     return 0;
   });
 }
 
-int32_t Open(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode, KrdFileHandle* file) {
+KRD_EXPORT int32_t Open(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode,
+                        KrdFileHandle* file) {
   std::string ignored;
   return RunOpen(krdPath, krqPath, mode, file, ignored);
 }
@@ -88,8 +90,8 @@ int32_t Open(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode, Krd
 // A null errorText address is refused (36) before anything is opened. When
 // the text cannot be stored, the code is still that of the open: a file it
 // opened is open and its handle is in the handle variable.
-int32_t DebugOpen(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode,
-                  KrdFileHandle* file, KrdStringHandle* errorText) {
+KRD_EXPORT int32_t DebugOpen(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode,
+                             KrdFileHandle* file, KrdStringHandle* errorText) {
   if (errorText == nullptr) {
     if (file != nullptr) *file = 0;
     return kUnexpectedCode;
@@ -100,12 +102,12 @@ int32_t DebugOpen(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode
   return code;
 }
 
-int32_t Close(KrdFileHandle file) {
+KRD_EXPORT int32_t Close(KrdFileHandle file) {
   return Guarded(
       [&] { return CloseOperation(LibraryInstance::Process().Files(), file).Execute(); });
 }
 
-int32_t CreateIndex(KrdStringHandle krdPath, KrdStringHandle krqPath) {
+KRD_EXPORT int32_t CreateIndex(KrdStringHandle krdPath, KrdStringHandle krqPath) {
   return Guarded([&] {
     LibraryInstance& library = LibraryInstance::Process();
     return CreateIndexOperation(library.Settings(), library.Clock(),
@@ -117,7 +119,7 @@ int32_t CreateIndex(KrdStringHandle krdPath, KrdStringHandle krqPath) {
 
 // 0, or 7 with an empty text for handle 0 or a handle never issued; 36 for
 // a null message address or when the text cannot be handed over.
-int32_t GetMostRecentErrorMessage(KrdFileHandle file, KrdStringHandle* message) {
+KRD_EXPORT int32_t GetMostRecentErrorMessage(KrdFileHandle file, KrdStringHandle* message) {
   if (message == nullptr) return kUnexpectedCode;
   std::optional<std::string> text;
   const int32_t code = Guarded([&] {
@@ -130,6 +132,6 @@ int32_t GetMostRecentErrorMessage(KrdFileHandle file, KrdStringHandle* message) 
   return code;
 }
 
-void DisposeHostHandle(void* handle) { HostAllocator::Process().Dispose(handle); }
+KRD_EXPORT void DisposeHostHandle(void* handle) { HostAllocator::Process().Dispose(handle); }
 
 }  // extern "C"

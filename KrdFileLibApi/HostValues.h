@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "KrdFileLib/AttributeId.h"
 #include "KrdFileLibApi.h"
 #include "KrdFileLibApi/HostAllocator.h"
 
@@ -56,6 +57,21 @@ struct HostBlock<std::vector<uint32_t>> {
   static constexpr std::size_t kDataOffset = offsetof(KrdU32Array, elt);
 };
 
+// An attribute list goes out as a two-dimensional u16 array, one row of
+// (key, index) per attribute; its block holds both dimensions.
+template <>
+struct HostBlock<std::vector<AttributeId>> {
+  using Handle = KrdU16Array2DHandle;
+  using Element = AttributeId;
+  static constexpr std::size_t kDataOffset = offsetof(KrdU16Array2D, elt);
+  static constexpr int32_t kColumns = 2;
+};
+static_assert(sizeof(AttributeId) == 2 * sizeof(uint16_t), "an AttributeId is one row of two u16");
+
+// Blocks with a second dimension, whose elements are whole rows.
+template <typename Block>
+concept TwoDimensionalBlock = requires { Block::kColumns; };
+
 template <typename Value>
 concept HostBlockValue = requires {
   typename HostBlock<Value>::Handle;
@@ -67,6 +83,7 @@ concept HostBlockValue = requires {
 template <HostBlockValue Value>
 Value CopyFromHost(typename HostBlock<Value>::Handle handle) {
   using Block = HostBlock<Value>;
+  static_assert(!TwoDimensionalBlock<Block>, "two-dimensional blocks are only handed out");
   if (handle == nullptr || *handle == nullptr) return {};
   const auto* block = reinterpret_cast<const std::byte*>(*handle);
   int32_t count = 0;
@@ -92,6 +109,9 @@ bool StoreToHost(typename HostBlock<Value>::Handle* destination, const Value& va
   auto* block = static_cast<std::byte*>(*handle);
   const auto count = static_cast<int32_t>(value.size());
   std::memcpy(block, &count, sizeof count);
+  if constexpr (TwoDimensionalBlock<Block>) {
+    std::memcpy(block + sizeof count, &Block::kColumns, sizeof Block::kColumns);
+  }
   if (element_bytes != 0) std::memcpy(block + Block::kDataOffset, value.data(), element_bytes);
   *destination = reinterpret_cast<typename Block::Handle>(handle);
   return true;

@@ -1,6 +1,7 @@
 /* Demo, and an example of how a host calls the library: records a small
- * recording (header, start time, annotation) in a fresh folder, reads it back
- * in read mode, then rebuilds its index from the data file into a second
+ * recording (header, start time, annotation, a device with an attribute, a
+ * physical channel, a channel group and two channels) in a fresh folder,
+ * reads it back in read mode, then rebuilds its index from the data file into a second
  * index file and reads the recording back through that one too.
  *
  *   KrdDemo [folder]     (default: a new folder under /tmp)
@@ -72,6 +73,35 @@ static KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode) {
   return file;
 }
 
+/* The measurement set-up: a data logger (the root device) with a serial
+ * number attribute, one physical input, and a group of two channels
+ * sampled together as 2-byte samples (data type 1) every 10 ticks. Channel
+ * "pressure" is measured on the input; "pressure x10" is a second view of
+ * it in the same frames. */
+static void DescribeSetUp(KrdFileHandle file) {
+  KrdString* logger = NewText("Data logger DL-4");
+  KrdString* input = NewText("AI 0");
+  KrdString* pressure = NewText("pressure");
+  KrdString* scaled = NewText("pressure x10");
+  static const uint8_t serial[] = {'S', 'N', '4', '4', '0', '1'};
+  KrdU8Array* serial_value = NewBytes(serial, sizeof serial);
+  uint16_t device = 0, physical_channel = 0, group = 0, channel = 0;
+  Check(CreateDevice(file, 65535, &logger, &device), file, "CreateDevice");
+  Check(CreateDeviceAttribute(file, device, 1, 0, &serial_value), file, "CreateDeviceAttribute");
+  Check(CreatePhysicalChannel(file, device, 0, &input, &physical_channel), file,
+        "CreatePhysicalChannel");
+  Check(CreateChannelGroup(file, 10, 2, 1, &group), file, "CreateChannelGroup");
+  Check(CreateChannel(file, group, physical_channel, 0, &pressure, &channel), file,
+        "CreateChannel");
+  Check(CreateChannel(file, group, physical_channel, 1, &scaled, &channel), file,
+        "CreateChannel");
+  free(logger);
+  free(input);
+  free(pressure);
+  free(scaled);
+  free(serial_value);
+}
+
 static void Record(const char* krd, const char* krq) {
   static const uint8_t start[] = {0x07, 0xEA, 0x0B, 0x17, 0x09, 0x1E}; /* 2026-11-23 09:30 */
   const KrdFileHandle file = OpenPair(krd, krq, 1);
@@ -81,11 +111,77 @@ static void Record(const char* krd, const char* krq) {
   Check(CreateHeader(file, 1000000, 7, &label), file, "CreateHeader");
   Check(CreateStart(file, 1, &start_value), file, "CreateStart");
   Check(CreateAnnotation(file, &annotation), file, "CreateAnnotation");
+  DescribeSetUp(file);
   Check(Close(file), file, "Close");
   free(label);
   free(start_value);
   free(annotation);
   printf("Recorded %s\n", krd);
+}
+
+/* Prints a returned byte array as text and hands it back. */
+static void PrintBytesAndDispose(const char* name, KrdU8ArrayHandle bytes) {
+  printf("%s%.*s\n", name, (int)(*bytes)->dimSize, (const char*)(*bytes)->elt);
+  DisposeHostHandle(bytes);
+}
+
+/* The device tree from the root, with attributes and physical channels. */
+static void PrintDevices(KrdFileHandle file) {
+  KrdStringHandle text = NULL;
+  KrdU16ArrayHandle ids = NULL;
+  KrdU16Array2DHandle attributes = NULL;
+  KrdU8ArrayHandle value = NULL;
+  Check(GetDeviceLabel(file, 0, &text), file, "GetDeviceLabel");
+  PrintAndDispose("device 0", text);
+  Check(DeviceAttributeList(file, 0, &attributes), file, "DeviceAttributeList");
+  for (int32_t row = 0; row < (*attributes)->dimSizes[0]; ++row) {
+    const uint16_t key = (*attributes)->elt[2 * row];
+    const uint16_t index = (*attributes)->elt[2 * row + 1];
+    Check(GetDeviceAttribute(file, 0, key, index, &value), file, "GetDeviceAttribute");
+    printf("    attribute %u/%u = ", (unsigned)key, (unsigned)index);
+    PrintBytesAndDispose("", value);
+  }
+  DisposeHostHandle(attributes);
+  Check(PhysicalChannelList(file, 0, &ids), file, "PhysicalChannelList");
+  for (int32_t i = 0; i < (*ids)->dimSize; ++i) {
+    uint16_t number = 0;
+    Check(GetPhysicalChannelNbr(file, (*ids)->elt[i], &number), file, "GetPhysicalChannelNbr");
+    Check(GetPhysicalChannelLabel(file, (*ids)->elt[i], &text), file, "GetPhysicalChannelLabel");
+    printf("    physical channel %u, input %u: %.*s\n", (unsigned)(*ids)->elt[i],
+           (unsigned)number, (int)(*text)->cnt, (const char*)(*text)->str);
+    DisposeHostHandle(text);
+  }
+  DisposeHostHandle(ids);
+}
+
+/* Every channel group with its channels. */
+static void PrintChannels(KrdFileHandle file) {
+  KrdU16ArrayHandle groups = NULL;
+  KrdU16ArrayHandle channels = NULL;
+  KrdStringHandle text = NULL;
+  Check(ChannelGroupList(file, &groups), file, "ChannelGroupList");
+  for (int32_t g = 0; g < (*groups)->dimSize; ++g) {
+    const uint16_t group = (*groups)->elt[g];
+    uint32_t divisor = 0;
+    uint8_t count = 0;
+    uint16_t type = 0;
+    Check(GetChGroupTimeBaseDivisor(file, group, &divisor), file, "GetChGroupTimeBaseDivisor");
+    Check(GetChGroupChCount(file, group, &count), file, "GetChGroupChCount");
+    Check(GetChGroupDataType(file, group, &type), file, "GetChGroupDataType");
+    printf("  group %u      %u channels of data type %u, a frame every %u ticks\n",
+           (unsigned)group, (unsigned)count, (unsigned)type, (unsigned)divisor);
+    Check(ChInGroupList(file, group, &channels), file, "ChInGroupList");
+    for (int32_t c = 0; c < (*channels)->dimSize; ++c) {
+      uint8_t place = 0;
+      Check(GetChInterleaveIndex(file, (*channels)->elt[c], &place), file, "GetChInterleaveIndex");
+      Check(GetChLabel(file, (*channels)->elt[c], &text), file, "GetChLabel");
+      printf("    channel %u at %u: %.*s\n", (unsigned)(*channels)->elt[c], (unsigned)place,
+             (int)(*text)->cnt, (const char*)(*text)->str);
+      DisposeHostHandle(text);
+    }
+    DisposeHostHandle(channels);
+  }
+  DisposeHostHandle(groups);
 }
 
 static void PrintRecording(const char* krd, const char* krq) {
@@ -107,6 +203,8 @@ static void PrintRecording(const char* krd, const char* krq) {
   DisposeHostHandle(start);
   Check(GetAnnotation(file, &text), file, "GetAnnotation");
   PrintAndDispose("annotation", text);
+  PrintDevices(file);
+  PrintChannels(file);
   Check(Close(file), file, "Close");
 }
 

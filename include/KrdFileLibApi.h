@@ -41,21 +41,21 @@
  * file handle are serialised by the library. Each open index batches its
  * writes and a background thread commits them on time (see Initialize).
  *
+ * File functions. Every function after the library functions takes the
+ * file handle first, then its arguments, then the address of its output (if
+ * any). Modifying functions fail with 29 on a file opened for reading; in
+ * edit mode they change the index only.
+ *
  * Codes used by the library functions below: 1 to 5 for a data or index file
  * that is missing, already there or malformed; 7 for a null, unknown or
  * closed file handle; 36 for an unrecognized open mode, bad host input or an
- * unexpected failure. The file functions add the codes of their operations.
+ * unexpected failure. The file functions add the codes of their operations,
+ * listed with each family.
  */
 #ifndef KRD_FILE_LIB_API_H_
 #define KRD_FILE_LIB_API_H_
 
 #include <stdint.h>
-
-#if defined(__GNUC__)
-#define KRD_API __attribute__((visibility("default")))
-#else
-#define KRD_API
-#endif
 
 #ifdef __cplusplus
 extern "C" {
@@ -129,82 +129,200 @@ typedef struct {
 /* Names the host run-time module (a dlopen handle, or NULL for the process's
  * global symbols) from which "AZNewHandle" and "AZDisposeHandle" are looked
  * up on the next allocation. Returns 0. */
-KRD_API int32_t SetLVRTModule(void* module);
+int32_t SetLVRTModule(void* module);
 
 /* Registers the host's data types and index-commit limits; may be called
  * again at any time. Returns 0; a null settings address changes nothing. */
-KRD_API int32_t Initialize(const KrdLibrarySettings* settings);
+int32_t Initialize(const KrdLibrarySettings* settings);
 
 /* Stops the background commits. Open files stay open and every function
  * keeps working; batches then commit by count and on Close. Returns 0. */
-KRD_API int32_t Terminate(void);
+int32_t Terminate(void);
 
 /* Opens a recording: mode 0 reads an existing pair, 1 records a new pair,
  * 2 edits an existing pair (changes reach the index only). The handle is 0
  * after a failure. */
-KRD_API int32_t Open(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode,
-                     KrdFileHandle* file);
+int32_t Open(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode,
+             KrdFileHandle* file);
 /* As Open; errorText receives why the files could not be opened (empty on
  * success and for failures before the files were touched). */
-KRD_API int32_t DebugOpen(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode,
-                          KrdFileHandle* file, KrdStringHandle* errorText);
-KRD_API int32_t Close(KrdFileHandle file);
+int32_t DebugOpen(KrdStringHandle krdPath, KrdStringHandle krqPath, uint8_t mode,
+                  KrdFileHandle* file, KrdStringHandle* errorText);
+/* Commits the index and closes the pair; the handle is not valid after. */
+int32_t Close(KrdFileHandle file);
 
 /* Rebuilds an index file (which must not exist yet) from a data file. No
  * handle is involved and no message is kept. */
-KRD_API int32_t CreateIndex(KrdStringHandle krdPath, KrdStringHandle krqPath);
+int32_t CreateIndex(KrdStringHandle krdPath, KrdStringHandle krqPath);
 
 /* The text of the most recent call on the handle: empty after a success.
  * Returns 7 with an empty text for handle 0 or a handle never issued. */
-KRD_API int32_t GetMostRecentErrorMessage(KrdFileHandle file, KrdStringHandle* message);
+int32_t GetMostRecentErrorMessage(KrdFileHandle file, KrdStringHandle* message);
 
 /* Frees a string or array handle returned by this library. NULL is ignored. */
-KRD_API void DisposeHostHandle(void* handle);
+void DisposeHostHandle(void* handle);
 
-/* ---- File functions ---------------------------------------------------- */
+/* ---- Header, time base, start and annotation ---------------------------
+ * Facts recorded once per recording (a second Create fails) and kept in the
+ * index, where the Set functions change them in record and edit mode. */
 
-/* Each row of the table below is one exported function. The row
- *   X(GetFileLabel, (KrdStringHandle*, label))
- * declares
- *   int32_t GetFileLabel(KrdFileHandle file, KrdStringHandle* label);
- * and runs the file object's operation of the same name. The file handle
- * comes first, then the operation's arguments, then the output (if any). */
+/* Records the header packet: the recording's time base (ticks per second of
+ * all time offsets), a device ID and a label of at most 255 bytes. Must be
+ * the first packet of a new recording. */
+int32_t CreateHeader(KrdFileHandle file, uint32_t timeBase, uint16_t deviceId,
+                     KrdStringHandle label);
+/* Changes the time base in the index. */
+int32_t SetTimeBase(KrdFileHandle file, uint32_t timeBase);
+/* The recording's time base. */
+int32_t GetTimeBase(KrdFileHandle file, uint32_t* timeBase);
+/* Changes the recording's label (at most 255 bytes) in the index. */
+int32_t SetFileLabel(KrdFileHandle file, KrdStringHandle label);
+/* The recording's label. */
+int32_t GetFileLabel(KrdFileHandle file, KrdStringHandle* label);
+/* Records the start of the recording: a value of the host's own data type
+ * (its wall-clock time, in whatever form the host chooses). */
+int32_t CreateStart(KrdFileHandle file, uint16_t dataType, KrdU8ArrayHandle value);
+/* Changes the start value and its data type in the index. */
+int32_t SetStart(KrdFileHandle file, uint16_t dataType, KrdU8ArrayHandle value);
+/* The data type of the start value. */
+int32_t GetStartDataType(KrdFileHandle file, uint16_t* dataType);
+/* The start value. */
+int32_t GetRTStart(KrdFileHandle file, KrdU8ArrayHandle* value);
+/* Records a free-text annotation of the recording. */
+int32_t CreateAnnotation(KrdFileHandle file, KrdStringHandle text);
+/* Changes the annotation in the index. */
+int32_t SetAnnotation(KrdFileHandle file, KrdStringHandle text);
+/* The annotation; empty when none was recorded. */
+int32_t GetAnnotation(KrdFileHandle file, KrdStringHandle* text);
 
-/* clang-format off */
-#define KRD_FILE_FUNCTIONS(X)                                                              \
-  /* Header, time base, start and annotation */                                           \
-  X(CreateHeader, (uint32_t, timeBase)(uint16_t, deviceId)(KrdStringHandle, label))       \
-  X(SetTimeBase, (uint32_t, timeBase))                                                    \
-  X(GetTimeBase, (uint32_t*, timeBase))                                                   \
-  X(SetFileLabel, (KrdStringHandle, label))                                               \
-  X(GetFileLabel, (KrdStringHandle*, label))                                              \
-  X(CreateStart, (uint16_t, dataType)(KrdU8ArrayHandle, value))                           \
-  X(SetStart, (uint16_t, dataType)(KrdU8ArrayHandle, value))                              \
-  X(GetStartDataType, (uint16_t*, dataType))                                              \
-  X(GetRTStart, (KrdU8ArrayHandle*, value))                                               \
-  X(CreateAnnotation, (KrdStringHandle, text))                                            \
-  X(SetAnnotation, (KrdStringHandle, text))                                               \
-  X(GetAnnotation, (KrdStringHandle*, text))
-/* clang-format on */
+/* ---- Devices and device attributes -------------------------------------
+ * The devices form a tree: one root device, ID 0, and devices below it.
+ * An attribute is a byte value of a device, named by a key and an index.
+ * Create functions append a packet in record mode and change only the index
+ * in edit mode; Set and Delete functions change only the index; all of them
+ * fail with 29 in read mode. Labels hold at most 255 bytes (36 otherwise).
+ * Codes: 8 unknown device, 9 parent missing, 11 unknown attribute,
+ * 12 attribute exists, 31 device has children, 34 root exists. */
 
-/* KRD_PARAMETERS((t1, n1)(t2, n2)) is ", t1 n1, t2 n2"; KRD_ARGUMENT_NAMES
- * of the same list is ", n1, n2". */
-#define KRD_PARAMETERS(list) KRD_DETAIL_LIST_END(KRD_DETAIL_PARAMETER_A list)
-#define KRD_DETAIL_PARAMETER_A(type, name) , type name KRD_DETAIL_PARAMETER_B
-#define KRD_DETAIL_PARAMETER_B(type, name) , type name KRD_DETAIL_PARAMETER_A
-#define KRD_DETAIL_PARAMETER_A_END
-#define KRD_DETAIL_PARAMETER_B_END
-#define KRD_ARGUMENT_NAMES(list) KRD_DETAIL_LIST_END(KRD_DETAIL_ARGUMENT_A list)
-#define KRD_DETAIL_ARGUMENT_A(type, name) , name KRD_DETAIL_ARGUMENT_B
-#define KRD_DETAIL_ARGUMENT_B(type, name) , name KRD_DETAIL_ARGUMENT_A
-#define KRD_DETAIL_ARGUMENT_A_END
-#define KRD_DETAIL_ARGUMENT_B_END
-#define KRD_DETAIL_LIST_END(...) KRD_DETAIL_LIST_PASTE_END(__VA_ARGS__)
-#define KRD_DETAIL_LIST_PASTE_END(...) __VA_ARGS__##_END
+/* Creates a device below parentId; parentId 65535 creates the root device,
+ * whose ID is always 0. */
+int32_t CreateDevice(KrdFileHandle file, uint16_t parentId, KrdStringHandle label,
+                     uint16_t* deviceId);
+/* Deletes a device without child devices, with its attributes. Its
+ * physical channels are kept. */
+int32_t DeleteDevice(KrdFileHandle file, uint16_t deviceId);
+/* The IDs of the devices whose parent is deviceId. */
+int32_t DeviceChildrenList(KrdFileHandle file, uint16_t deviceId, KrdU16ArrayHandle* childIds);
+/* Changes a device's label. */
+int32_t SetDeviceLabel(KrdFileHandle file, uint16_t deviceId, KrdStringHandle label);
+/* A device's label. */
+int32_t GetDeviceLabel(KrdFileHandle file, uint16_t deviceId, KrdStringHandle* label);
+/* Adds an attribute; the device may hold one value per key and index. */
+int32_t CreateDeviceAttribute(KrdFileHandle file, uint16_t deviceId, uint16_t key,
+                              uint16_t index, KrdU8ArrayHandle value);
+/* Replaces the value of an existing attribute. */
+int32_t SetDeviceAttribute(KrdFileHandle file, uint16_t deviceId, uint16_t key, uint16_t index,
+                           KrdU8ArrayHandle value);
+/* The value of an attribute. */
+int32_t GetDeviceAttribute(KrdFileHandle file, uint16_t deviceId, uint16_t key, uint16_t index,
+                           KrdU8ArrayHandle* value);
+/* Deletes an attribute. */
+int32_t DeleteDeviceAttribute(KrdFileHandle file, uint16_t deviceId, uint16_t key,
+                              uint16_t index);
+/* The key and index of every attribute of the device, one row each. */
+int32_t DeviceAttributeList(KrdFileHandle file, uint16_t deviceId,
+                            KrdU16Array2DHandle* attributes);
 
-#define KRD_DECLARE_FILE_FUNCTION(name, parameters) \
-  KRD_API int32_t name(KrdFileHandle file KRD_PARAMETERS(parameters));
-KRD_FILE_FUNCTIONS(KRD_DECLARE_FILE_FUNCTION)
+/* ---- Physical channels and their attributes ----------------------------
+ * A physical channel is an input of a device, numbered per device; it
+ * carries attributes as devices do. Modes as for devices.
+ * Codes: 8 unknown device, 14 unknown physical channel, 16 unknown
+ * attribute, 17 attribute exists, 32 channel number taken on the device. */
+
+/* Creates a physical channel of deviceId; the number must be new on that
+ * device. */
+int32_t CreatePhysicalChannel(KrdFileHandle file, uint16_t deviceId, uint16_t channelNumber,
+                              KrdStringHandle label, uint16_t* physicalChannelId);
+/* Deletes a physical channel with its attributes. Channels and event
+ * sources that name it are kept. */
+int32_t DeletePhysicalChannel(KrdFileHandle file, uint16_t physicalChannelId);
+/* The IDs of the device's physical channels. */
+int32_t PhysicalChannelList(KrdFileHandle file, uint16_t deviceId,
+                            KrdU16ArrayHandle* physicalChannelIds);
+/* Changes a physical channel's label. */
+int32_t SetPhysicalChannelLabel(KrdFileHandle file, uint16_t physicalChannelId,
+                                KrdStringHandle label);
+/* A physical channel's label. */
+int32_t GetPhysicalChannelLabel(KrdFileHandle file, uint16_t physicalChannelId,
+                                KrdStringHandle* label);
+/* The channel number on its device. */
+int32_t GetPhysicalChannelNbr(KrdFileHandle file, uint16_t physicalChannelId,
+                              uint16_t* channelNumber);
+/* Adds an attribute; the physical channel may hold one value per key and
+ * index. */
+int32_t CreatePhysicalChannelAttribute(KrdFileHandle file, uint16_t physicalChannelId,
+                                       uint16_t key, uint16_t index, KrdU8ArrayHandle value);
+/* Replaces the value of an existing attribute. */
+int32_t SetPhysicalChannelAttribute(KrdFileHandle file, uint16_t physicalChannelId, uint16_t key,
+                                    uint16_t index, KrdU8ArrayHandle value);
+/* The value of an attribute. */
+int32_t GetPhysicalChannelAttribute(KrdFileHandle file, uint16_t physicalChannelId, uint16_t key,
+                                    uint16_t index, KrdU8ArrayHandle* value);
+/* Deletes an attribute. */
+int32_t DeletePhysicalChannelAttribute(KrdFileHandle file, uint16_t physicalChannelId,
+                                       uint16_t key, uint16_t index);
+/* The key and index of every attribute of the physical channel. */
+int32_t PhysicalChannelAttributeList(KrdFileHandle file, uint16_t physicalChannelId,
+                                     KrdU16Array2DHandle* attributes);
+
+/* ---- Channel groups ----------------------------------------------------
+ * A channel group is sampled as one: its data blocks hold frames of one
+ * sample per channel, timeBaseDivisor ticks apart, every sample of the
+ * registered data type dataType. Modes as for devices.
+ * Codes: 19 unknown group, 33 group still has channels. */
+
+/* Creates a group. The arguments are not checked; the data type must be
+ * registered (Initialize) by the time data is recorded. */
+int32_t CreateChannelGroup(KrdFileHandle file, uint32_t timeBaseDivisor, uint8_t channelCount,
+                           uint16_t dataType, uint16_t* groupId);
+/* Deletes a group that no channel names any more. */
+int32_t DeleteChannelGroup(KrdFileHandle file, uint16_t groupId);
+/* The IDs of all channel groups. */
+int32_t ChannelGroupList(KrdFileHandle file, KrdU16ArrayHandle* groupIds);
+/* Changes the ticks between two frames of the group. */
+int32_t SetChGroupTimeBaseDivisor(KrdFileHandle file, uint16_t groupId, uint32_t timeBaseDivisor);
+/* The ticks between two frames of the group. */
+int32_t GetChGroupTimeBaseDivisor(KrdFileHandle file, uint16_t groupId,
+                                  uint32_t* timeBaseDivisor);
+/* The number of samples in each frame of the group. */
+int32_t GetChGroupChCount(KrdFileHandle file, uint16_t groupId, uint8_t* channelCount);
+/* The data type of every sample of the group. */
+int32_t GetChGroupDataType(KrdFileHandle file, uint16_t groupId, uint16_t* dataType);
+
+/* ---- Channels ----------------------------------------------------------
+ * A channel is one place (interleave index) of its group's frames, measured
+ * on a physical channel. Modes as for devices.
+ * Codes: 14 unknown physical channel, 19 unknown group, 21 unknown channel,
+ * 43 interleave index not below the group's channel count. */
+
+/* Creates a channel at interleaveIndex of groupId's frames. */
+int32_t CreateChannel(KrdFileHandle file, uint16_t groupId, uint16_t physicalChannelId,
+                      uint8_t interleaveIndex, KrdStringHandle label, uint16_t* channelId);
+/* Deletes a channel with its post-process steps. */
+int32_t DeleteChannel(KrdFileHandle file, uint16_t channelId);
+/* The IDs of all channels. */
+int32_t ChannelList(KrdFileHandle file, KrdU16ArrayHandle* channelIds);
+/* The IDs of the group's channels. */
+int32_t ChInGroupList(KrdFileHandle file, uint16_t groupId, KrdU16ArrayHandle* channelIds);
+/* The IDs of the channels measured on the physical channel. */
+int32_t ChInPhysicalChannelList(KrdFileHandle file, uint16_t physicalChannelId,
+                                KrdU16ArrayHandle* channelIds);
+/* The channel's place in its group's frames. */
+int32_t GetChInterleaveIndex(KrdFileHandle file, uint16_t channelId, uint8_t* interleaveIndex);
+/* Changes a channel's label. */
+int32_t SetChLabel(KrdFileHandle file, uint16_t channelId, KrdStringHandle label);
+/* A channel's label. */
+int32_t GetChLabel(KrdFileHandle file, uint16_t channelId, KrdStringHandle* label);
 
 #ifdef __cplusplus
 }

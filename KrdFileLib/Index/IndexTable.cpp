@@ -209,9 +209,17 @@ std::vector<uint16_t> IndexTable::SelectIds(IndexConnection& connection,
                                             int32_t value) const {
   SqlCommand command(IdSelectText(select_column.Name(), filter_column.Name()));
   command.AddIntParameter(filter_column.Name(), value);
-  const auto query = connection.ExecuteQuery(command);
+  return ReadIds(*connection.ExecuteQuery(command));
+}
+
+std::vector<uint16_t> IndexTable::SelectAllIds(IndexConnection& connection,
+                                               const TableColumnBase& column) const {
+  return ReadIds(*SelectColumn(connection, column.Name()));
+}
+
+std::vector<uint16_t> IndexTable::ReadIds(SqlQuery& query) {
   std::vector<uint16_t> ids;
-  for (; query->HasRow(); query->NextRow()) ids.push_back(static_cast<uint16_t>(query->GetInt(0)));
+  for (; query.HasRow(); query.NextRow()) ids.push_back(static_cast<uint16_t>(query.GetInt(0)));
   return ids;
 }
 

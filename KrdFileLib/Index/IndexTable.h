@@ -65,6 +65,10 @@ class IndexTable : public CommonLib::NonCopyableClassBase {
   // holds value, in the order SQLite returns them.
   std::vector<uint16_t> SelectIds(IndexConnection& connection, const TableColumnBase& select_column,
                                   const TableColumnBase& filter_column, int32_t value) const;
+  // The 16-bit identifiers in column of every row, in the order SQLite
+  // returns them.
+  std::vector<uint16_t> SelectAllIds(IndexConnection& connection,
+                                     const TableColumnBase& column) const;
 
  protected:
   explicit IndexTable(std::string table_name);
@@ -84,6 +88,8 @@ class IndexTable : public CommonLib::NonCopyableClassBase {
   ColumnFilter InsertedColumns(bool skip_row_id) const;
   ColumnFilter NonKeyColumns() const;
   static void AddParameters(SqlCommand& command, const ColumnFilter& columns);
+  // Column 0 of every row of the query, cut to 16 bits.
+  static std::vector<uint16_t> ReadIds(SqlQuery& query);
 
   std::string table_name_;
   std::vector<TableColumnBase*> columns_;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
+#include "KrdFileLib/AttributeId.h"
 #include "KrdFileLib/Index/TableColumn.h"
 #include "KrdFileLib/Packets/IndexedPacket.h"
 
@@ -21,6 +23,24 @@ class AttributePacket : public IndexedPacket<Table> {
   uint16_t AttributeIndex() const { return index_; }
   const Bytes& Value() const { return value_; }
   void SetValue(Bytes value) { value_ = std::move(value); }
+
+  // The key and index of every attribute of owner_id, in index order.
+  static std::vector<AttributeId> ListOf(Index::IndexConnection& connection, uint16_t owner_id) {
+    Table rows;
+    (rows.*Owner).Set(owner_id);
+    std::vector<AttributeId> ids;
+    for (bool found = rows.SelectFirst(connection, {&(rows.*Owner)}); found; found = rows.NextRow()) {
+      ids.push_back({rows.attribute_key.Value(), rows.attribute_index.Value()});
+    }
+    return ids;
+  }
+  // Deletes the rows of every attribute of owner_id; the packets stay in
+  // the file.
+  static void RemoveAllOf(Index::IndexConnection& connection, uint16_t owner_id) {
+    Table rows;
+    (rows.*Owner).Set(owner_id);
+    rows.Delete(connection, {&(rows.*Owner)});
+  }
 
   void AppendBody(Bytes& body) const override {
     PutUInt16(body, owner_id_);

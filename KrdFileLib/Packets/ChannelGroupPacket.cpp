@@ -2,6 +2,7 @@
 
 #include "KrdFileLib/DataTypeRegistry.h"
 #include "KrdFileLib/Errors.h"
+#include "KrdFileLib/Index/ChannelTable.h"
 
 namespace Varnholt::KrdFiles::Packets {
 
@@ -40,6 +41,14 @@ std::shared_ptr<ChannelGroupPacket> ChannelGroupPacket::Find(Index::IndexConnect
     throw Errors::ChannelGroupNotFound(group_id);
   }
   return group;
+}
+
+void ChannelGroupPacket::CheckHasNoChannels(Index::IndexConnection& connection) const {
+  Index::ChannelTable channels;
+  channels.channel_group_id.Set(group_id_);
+  if (channels.Exists(connection, {&channels.channel_group_id})) {
+    throw Errors::ChannelGroupHasChannels(group_id_);
+  }
 }
 
 uint32_t ChannelGroupPacket::SampleSize() const {

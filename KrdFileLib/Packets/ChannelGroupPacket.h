@@ -38,6 +38,9 @@ class ChannelGroupPacket final : public IndexedPacket<Index::ChannelGroupTable> 
   // Bytes of one frame: one sample of every channel.
   uint64_t FrameSize() const;
 
+  // Before the group is deleted: no channel may name it (code 33).
+  void CheckHasNoChannels(Index::IndexConnection& connection) const;
+
   void AppendBody(Bytes& body) const override;
 
  private:

@@ -45,6 +45,7 @@ ChannelPacket::ChannelPacket(uint16_t channel_group_id, uint16_t physical_channe
       physical_channel_id_(physical_channel_id),
       interleave_index_(interleave_index),
       label_(std::move(label)) {
+  RequireString8Fits("label", label_.size());
   BindRow();
 }
 
@@ -81,7 +82,7 @@ std::shared_ptr<ChannelPacket> ChannelPacket::Find(Index::IndexConnection& conne
 void ChannelPacket::CheckInterleaveIndex(const ChannelGroupPacket& group,
                                          uint8_t interleave_index) {
   if (interleave_index >= group.ChannelCount()) {
-    throw Errors::InterleaveIndexTooLarge(group.GroupId(), uint64_t{group.ChannelCount()} - 1);
+    throw Errors::InterleaveIndexTooLarge(group.GroupId(), int64_t{group.ChannelCount()} - 1);
   }
 }
 

@@ -6,6 +6,7 @@
 
 #include "KrdFileLib/Index/ChannelTable.h"
 #include "KrdFileLib/Packets/IndexedPacket.h"
+#include "KrdFileLib/Packets/String8.h"
 
 namespace Varnholt::KrdFiles::Packets {
 
@@ -43,7 +44,11 @@ class ChannelPacket final : public IndexedPacket<Index::ChannelTable> {
   uint16_t PhysicalChannelId() const { return physical_channel_id_; }
   uint8_t InterleaveIndex() const { return interleave_index_; }
   const std::string& Label() const { return label_; }
-  void SetLabel(std::string label) { label_ = std::move(label); }
+  // Code 36 for a label longer than a packet can hold.
+  void SetLabel(std::string label) {
+    RequireString8Fits("label", label.size());
+    label_ = std::move(label);
+  }
   bool IsDisabled() const { return disabled_; }
   void SetDisabled(bool disabled) { disabled_ = disabled; }
 

@@ -35,8 +35,8 @@ inline void PutText(Bytes& out, const std::string& text) {
 }
 
 // A one-byte length and the bytes. The length byte holds the length modulo
-// 256 while all bytes are copied: a text of 256 bytes or more therefore does
-// not read back as written, which the format has always done.
+// 256 while all bytes are copied, so a text of 256 bytes or more would not
+// read back: packets refuse such texts when they are built (String8.h).
 inline void PutString8(Bytes& out, std::span<const uint8_t> bytes) {
   out.push_back(static_cast<uint8_t>(bytes.size()));
   PutBytes(out, bytes);

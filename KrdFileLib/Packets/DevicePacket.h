@@ -6,6 +6,7 @@
 
 #include "KrdFileLib/Index/DeviceTable.h"
 #include "KrdFileLib/Packets/IndexedPacket.h"
+#include "KrdFileLib/Packets/String8.h"
 
 namespace Varnholt::KrdFiles::Packets {
 
@@ -34,7 +35,11 @@ class DevicePacket final : public IndexedPacket<Index::DeviceTable> {
   uint16_t ParentId() const { return parent_id_; }
   bool IsRoot() const { return is_root_; }
   const std::string& Label() const { return label_; }
-  void SetLabel(std::string label) { label_ = std::move(label); }
+  // Code 36 for a label longer than a packet can hold.
+  void SetLabel(std::string label) {
+    RequireString8Fits("label", label.size());
+    label_ = std::move(label);
+  }
 
   // Before a new device is added: a root needs the root's place to be free
   // (code 34), any other device an existing parent (code 9).

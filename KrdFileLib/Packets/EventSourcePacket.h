@@ -6,6 +6,7 @@
 
 #include "KrdFileLib/Index/EventSourceTable.h"
 #include "KrdFileLib/Packets/IndexedPacket.h"
+#include "KrdFileLib/Packets/String8.h"
 
 namespace Varnholt::KrdFiles::Packets {
 
@@ -27,7 +28,11 @@ class EventSourcePacket final : public IndexedPacket<Index::EventSourceTable> {
   uint16_t PhysicalChannelId() const { return physical_channel_id_; }
   uint16_t DataType() const { return data_type_; }
   const std::string& Label() const { return label_; }
-  void SetLabel(std::string label) { label_ = std::move(label); }
+  // Code 36 for a label longer than a packet can hold.
+  void SetLabel(std::string label) {
+    RequireString8Fits("label", label.size());
+    label_ = std::move(label);
+  }
 
   void AppendBody(Bytes& body) const override;
 

@@ -5,6 +5,7 @@
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/KrdInstance.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
+#include "KrdFileLib/Packets/String8.h"
 
 namespace Varnholt::KrdFiles::Packets {
 
@@ -16,6 +17,7 @@ HeaderPacket::HeaderPacket(uint16_t device_id, std::string label, uint32_t time_
       device_id_(device_id),
       label_(std::move(label)),
       time_base_(time_base) {
+  RequireString8Fits("label", label_.size());
   BindRow();
 }
 

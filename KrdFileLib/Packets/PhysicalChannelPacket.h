@@ -6,6 +6,7 @@
 
 #include "KrdFileLib/Index/PhysicalChannelTable.h"
 #include "KrdFileLib/Packets/IndexedPacket.h"
+#include "KrdFileLib/Packets/String8.h"
 
 namespace Varnholt::KrdFiles::Packets {
 
@@ -26,7 +27,11 @@ class PhysicalChannelPacket final : public IndexedPacket<Index::PhysicalChannelT
   uint16_t DeviceId() const { return device_id_; }
   uint16_t ChannelNumber() const { return channel_number_; }
   const std::string& Label() const { return label_; }
-  void SetLabel(std::string label) { label_ = std::move(label); }
+  // Code 36 for a label longer than a packet can hold.
+  void SetLabel(std::string label) {
+    RequireString8Fits("label", label.size());
+    label_ = std::move(label);
+  }
 
   // Before it is added: code 32 when its device already has a physical
   // channel of this number.

@@ -2,11 +2,14 @@
 
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Packets/ChannelPacket.h"
+#include "KrdFileLib/Packets/String8.h"
 
 namespace Varnholt::KrdFiles::Packets {
 
 PostProcessPacket::PostProcessPacket(Step step)
     : IndexedPacket(PacketTypeId::kPostProcess), step_(std::move(step)) {
+  RequireString8Fits("unit", step_.unit.size());
+  RequireString8Fits("label", step_.label.size());
   BindRow();
 }
 

@@ -1,10 +1,12 @@
 /* A host written in C: proves that the public header compiles as C and that
- * a program links the library's symbols as a host does. Like a host's
+ * a program links every function it declares as a host does, calling each
+ * of them once. Like a host's
  * run-time, this program exports its own handle allocator, which the
  * library finds among the process's global symbols. */
 
 #define _POSIX_C_SOURCE 200809L
 
+#include <stdarg.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -40,8 +42,8 @@ __attribute__((visibility("default"))) int32_t AZDisposeHandle(void** handle) {
     }                                                                 \
   } while (0)
 
-/* The block of a host string: the count and the bytes. The handle to pass
- * is the address of a variable pointing to it. */
+/* The block of a host string or byte array: the count and the bytes. The
+ * handle to pass is the address of a variable pointing to it. */
 static KrdString* NewString(const char* text) {
   size_t length = strlen(text);
   KrdString* block = malloc(sizeof(KrdString) + length);
@@ -50,9 +52,134 @@ static KrdString* NewString(const char* text) {
   return block;
 }
 
-static int Equals(KrdStringHandle handle, const char* text) {
-  return handle != NULL && (size_t)(*handle)->cnt == strlen(text) &&
-         memcmp((*handle)->str, text, strlen(text)) == 0;
+/* Whether a returned string or byte array holds text; disposes of it. */
+static int Take(void* handle, const char* text) {
+  const KrdString* block = handle == NULL ? NULL : *(KrdString**)handle;
+  const int equal = block != NULL && (size_t)block->cnt == strlen(text) &&
+                    memcmp(block->str, text, strlen(text)) == 0;
+  DisposeHostHandle(handle);
+  return equal;
+}
+
+/* Whether a returned u16 array holds the count IDs that follow; disposes
+ * of it. */
+static int TakeIds(KrdU16ArrayHandle handle, int32_t count, ...) {
+  va_list ids;
+  int equal = handle != NULL && (*handle)->dimSize == count;
+  va_start(ids, count);
+  for (int32_t i = 0; equal && i < count; ++i) equal = (*handle)->elt[i] == va_arg(ids, int);
+  va_end(ids);
+  DisposeHostHandle(handle);
+  return equal;
+}
+
+/* Whether a returned attribute list is the single row (key, index). */
+static int TakeOneAttribute(KrdU16Array2DHandle handle, uint16_t key, uint16_t index) {
+  const int equal = handle != NULL && (*handle)->dimSizes[0] == 1 &&
+                    (*handle)->dimSizes[1] == 2 && (*handle)->elt[0] == key &&
+                    (*handle)->elt[1] == index;
+  DisposeHostHandle(handle);
+  return equal;
+}
+
+/* Header, start and annotation; then the handle outlives Terminate. */
+static void RecordHeader(KrdFileHandle file) {
+  KrdString* label = NewString("From C");
+  KrdString* note = NewString("note");
+  KrdU8Array* start = (KrdU8Array*)NewString("\x07\xEA");
+  KrdStringHandle text = NULL;
+  KrdU8ArrayHandle bytes = NULL;
+  uint32_t time_base = 0;
+  uint16_t type = 0;
+  CHECK(CreateHeader(file, 100, 2, &label) == 0);
+  CHECK(CreateStart(file, 4, &start) == 0);
+  CHECK(CreateAnnotation(file, &note) == 0);
+  CHECK(SetTimeBase(file, 200) == 0);
+  CHECK(GetTimeBase(file, &time_base) == 0 && time_base == 200);
+  CHECK(SetFileLabel(file, &label) == 0);
+  CHECK(GetFileLabel(file, &text) == 0 && Take(text, "From C"));
+  CHECK(SetStart(file, 5, &start) == 0);
+  CHECK(GetStartDataType(file, &type) == 0 && type == 5);
+  CHECK(GetRTStart(file, &bytes) == 0 && Take(bytes, "\x07\xEA"));
+  CHECK(SetAnnotation(file, &note) == 0);
+  CHECK(GetAnnotation(file, &text) == 0 && Take(text, "note"));
+  CHECK(Terminate() == 0);
+  CHECK(GetFileLabel(file, &text) == 0 && Take(text, "From C")); /* still works */
+  free(label);
+  free(note);
+  free(start);
+}
+
+/* A device tree with attributes, read back and changed. */
+static void DescribeDevices(KrdFileHandle file) {
+  KrdString* label = NewString("rig");
+  KrdU8Array* value = (KrdU8Array*)NewString("v");
+  KrdStringHandle text = NULL;
+  KrdU8ArrayHandle bytes = NULL;
+  KrdU16ArrayHandle ids = NULL;
+  KrdU16Array2DHandle attributes = NULL;
+  uint16_t root = 99, child = 0, channel = 0, number = 0;
+  CHECK(CreateDevice(file, 65535, &label, &root) == 0 && root == 0);
+  CHECK(CreateDevice(file, root, &label, &child) == 0 && child == 1);
+  CHECK(DeviceChildrenList(file, root, &ids) == 0 && TakeIds(ids, 1, 1));
+  CHECK(SetDeviceLabel(file, child, &label) == 0);
+  CHECK(GetDeviceLabel(file, child, &text) == 0 && Take(text, "rig"));
+  CHECK(CreateDeviceAttribute(file, child, 3, 4, &value) == 0);
+  CHECK(SetDeviceAttribute(file, child, 3, 4, &value) == 0);
+  CHECK(GetDeviceAttribute(file, child, 3, 4, &bytes) == 0 && Take(bytes, "v"));
+  CHECK(DeviceAttributeList(file, child, &attributes) == 0 &&
+        TakeOneAttribute(attributes, 3, 4));
+
+  CHECK(CreatePhysicalChannel(file, child, 7, &label, &channel) == 0 && channel == 1);
+  CHECK(PhysicalChannelList(file, child, &ids) == 0 && TakeIds(ids, 1, 1));
+  CHECK(SetPhysicalChannelLabel(file, channel, &label) == 0);
+  CHECK(GetPhysicalChannelLabel(file, channel, &text) == 0 && Take(text, "rig"));
+  CHECK(GetPhysicalChannelNbr(file, channel, &number) == 0 && number == 7);
+  CHECK(CreatePhysicalChannelAttribute(file, channel, 5, 6, &value) == 0);
+  CHECK(SetPhysicalChannelAttribute(file, channel, 5, 6, &value) == 0);
+  CHECK(GetPhysicalChannelAttribute(file, channel, 5, 6, &bytes) == 0 && Take(bytes, "v"));
+  CHECK(PhysicalChannelAttributeList(file, channel, &attributes) == 0 &&
+        TakeOneAttribute(attributes, 5, 6));
+  free(label);
+  free(value);
+}
+
+/* A group with a channel, read back, changed and deleted again. */
+static void DescribeChannels(KrdFileHandle file) {
+  KrdString* label = NewString("ch");
+  KrdStringHandle text = NULL;
+  KrdU16ArrayHandle ids = NULL;
+  uint16_t group = 0, channel = 0, type = 0;
+  uint32_t divisor = 0;
+  uint8_t count = 0, place = 9;
+  CHECK(CreateChannelGroup(file, 10, 2, 3, &group) == 0 && group == 1);
+  CHECK(ChannelGroupList(file, &ids) == 0 && TakeIds(ids, 1, 1));
+  CHECK(SetChGroupTimeBaseDivisor(file, group, 20) == 0);
+  CHECK(GetChGroupTimeBaseDivisor(file, group, &divisor) == 0 && divisor == 20);
+  CHECK(GetChGroupChCount(file, group, &count) == 0 && count == 2);
+  CHECK(GetChGroupDataType(file, group, &type) == 0 && type == 3);
+  CHECK(CreateChannel(file, group, 1, 1, &label, &channel) == 0 && channel == 1);
+  CHECK(ChannelList(file, &ids) == 0 && TakeIds(ids, 1, 1));
+  CHECK(ChInGroupList(file, group, &ids) == 0 && TakeIds(ids, 1, 1));
+  CHECK(ChInPhysicalChannelList(file, 1, &ids) == 0 && TakeIds(ids, 1, 1));
+  CHECK(GetChInterleaveIndex(file, channel, &place) == 0 && place == 1);
+  CHECK(SetChLabel(file, channel, &label) == 0);
+  CHECK(GetChLabel(file, channel, &text) == 0 && Take(text, "ch"));
+  free(label);
+}
+
+/* Everything deleted again, innermost first. */
+static void DeleteAll(KrdFileHandle file) {
+  KrdU16ArrayHandle ids = NULL;
+  CHECK(DeleteChannel(file, 1) == 0);
+  CHECK(DeleteChannelGroup(file, 1) == 0);
+  CHECK(DeletePhysicalChannelAttribute(file, 1, 5, 6) == 0);
+  CHECK(DeletePhysicalChannel(file, 1) == 0);
+  CHECK(DeleteDeviceAttribute(file, 1, 3, 4) == 0);
+  CHECK(DeleteDevice(file, 1) == 0);
+  CHECK(DeleteDevice(file, 0) == 0);
+  CHECK(ChannelGroupList(file, &ids) == 0 && TakeIds(ids, 0));
+  CHECK(DeviceChildrenList(file, 0, &ids) == 8 && TakeIds(ids, 0));
 }
 
 int main(void) {
@@ -64,7 +191,6 @@ int main(void) {
   snprintf(krq, sizeof krq, "%s/c.krq", folder);
   KrdString* krd_path = NewString(krd);
   KrdString* krq_path = NewString(krq);
-  KrdString* label = NewString("From C");
 
   CHECK(SetLVRTModule(NULL) == 0);
   KrdLibrarySettings settings = {4096, NULL, 100, 1000};
@@ -73,22 +199,22 @@ int main(void) {
   KrdFileHandle file = 0;
   KrdStringHandle text = NULL;
   CHECK(DebugOpen(&krd_path, &krq_path, 1, &file, &text) == 0);
-  CHECK(file != 0 && Equals(text, ""));
-  DisposeHostHandle(text);
-  CHECK(CreateHeader(file, 100, 2, &label) == 0);
-  CHECK(GetFileLabel(file, &text) == 0 && Equals(text, "From C"));
-  DisposeHostHandle(text);
-  CHECK(Terminate() == 0);
-  CHECK(GetFileLabel(file, &text) == 0 && Equals(text, "From C")); /* still works */
-  DisposeHostHandle(text);
+  CHECK(file != 0 && Take(text, ""));
+  RecordHeader(file);
+  DescribeDevices(file);
+  DescribeChannels(file);
   CHECK(Close(file) == 0);
-  CHECK(GetMostRecentErrorMessage(file, &text) == 0 && Equals(text, ""));
-  DisposeHostHandle(text);
-  CHECK(handles_made == 4 && handles_disposed == 4);
+  CHECK(Open(&krd_path, &krq_path, 2, &file) == 0);
+  DeleteAll(file);
+  CHECK(Close(file) == 0);
+  CHECK(GetMostRecentErrorMessage(file, &text) == 0 && Take(text, ""));
+  CHECK(handles_made > 0 && handles_made == handles_disposed);
 
+  KrdString* rebuilt_path = NewString("/nonexistent/folder/rebuilt.krq");
+  CHECK(CreateIndex(&krd_path, &rebuilt_path) != 0);
+  free(rebuilt_path);
   free(krd_path);
   free(krq_path);
-  free(label);
   unlink(krd);
   unlink(krq);
   rmdir(folder);

@@ -2,7 +2,6 @@
 // one, while files open and close and the maintenance thread commits.
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <atomic>
 #include <chrono>
@@ -13,6 +12,7 @@
 #include "KrdFileLibApi.h"
 #include "tests/Api/HostFixture.h"
 #include "tests/Api/TestHost.h"
+#include "tests/TestSupport/IndexSql.h"
 
 namespace Varnholt::Testing {
 namespace {
@@ -21,20 +21,7 @@ class HostConcurrencyTest : public HostFixture {
  protected:
   // The label as another connection sees it: only what has been committed.
   std::string CommittedLabel(const std::string& krq) {
-    sqlite3* db = nullptr;
-    std::string label = "<unreadable>";
-    if (sqlite3_open_v2(dir_.File(krq).c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-      sqlite3_stmt* statement = nullptr;
-      if (sqlite3_prepare_v2(db, "SELECT label FROM file_information", -1, &statement, nullptr) ==
-              SQLITE_OK &&
-          sqlite3_step(statement) == SQLITE_ROW) {
-        const auto* text = static_cast<const char*>(sqlite3_column_blob(statement, 0));
-        label = text == nullptr ? "" : std::string(text, sqlite3_column_bytes(statement, 0));
-      }
-      sqlite3_finalize(statement);
-    }
-    sqlite3_close(db);
-    return label;
+    return QueryColumn(dir_.File(krq), "SELECT label FROM file_information");
   }
 };
 

@@ -37,10 +37,13 @@ inline std::string LastMessage(KrdFileHandle file) {
 // what the test opened and checks that every handle the run-time made was
 // disposed of through the library.
 class HostFixture : public ::testing::Test {
- protected:
+ public:
+  // The open modes.
   static constexpr uint8_t kRead = 0;
   static constexpr uint8_t kRecord = 1;
   static constexpr uint8_t kEdit = 2;
+
+ protected:
 
   void SetUp() override {
     ASSERT_NE(run_time_, nullptr) << dlerror();

@@ -122,6 +122,20 @@ TEST_P(KrfModeTest, EachModeRefusesItsFamilies) {
 
 INSTANTIATE_TEST_SUITE_P(Modes, KrfModeTest, ::testing::Range(0, 4));
 
+TEST_F(KrfFileTest, AReindexerChangesOnlyTheIndexItRebuilds) {
+  Record();
+  const Bytes recorded = FileBytes(krd_);
+  auto reindexer = Opened<KrfReindexer>("rebuilt.krq");
+  reindexer->Reindex();
+  EXPECT_EQ(reindexer->CreateDevice(65535, "root"), 0);
+  EXPECT_EQ(reindexer->CreateChannelGroup(10, 2, 3), 1);
+  reindexer->Close();
+  EXPECT_EQ(FileBytes(krd_), recorded);
+  auto reader = Opened<KrfReader>("rebuilt.krq");
+  EXPECT_EQ(reader->GetDeviceLabel(0), "root");
+  EXPECT_EQ(reader->GetChGroupChCount(1), 2);
+}
+
 TEST_F(KrfFileTest, CreatingNeverOverwritesAndLeavesNothingBehindWhenItFails) {
   Record();
   const Bytes recorded = FileBytes(krd_);

@@ -1,0 +1,328 @@
+// The failures of the device, physical channel, group and channel functions
+// as a host meets them: each code with its exact text, the data file and
+// everything the host can list left as they were, every output handle new
+// and empty, and the handle still usable.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <ostream>
+#include <string>
+
+#include "KrdFileLibApi.h"
+#include "tests/Api/HostFixture.h"
+#include "tests/Api/RecordingStructure.h"
+#include "tests/Api/TestHost.h"
+#include "tests/TestSupport/IndexSql.h"
+
+namespace Varnholt::Testing {
+namespace {
+
+using FileCall = std::function<int32_t(KrdFileHandle)>;
+
+// A call whose output must come back as a new, empty handle: its code, or
+// -1 when the handle is missing or not empty.
+template <typename Handle>
+FileCall EmptyOutput(std::function<int32_t(KrdFileHandle, Handle*)> call) {
+  return [call](KrdFileHandle file) {
+    Handle out = nullptr;
+    const int32_t code = call(file, &out);
+    return out != nullptr && TakeBytes(out).empty() ? code : -1;
+  };
+}
+using StringOut = KrdStringHandle;
+using BytesOut = KrdU8ArrayHandle;
+using IdsOut = KrdU16ArrayHandle;
+using AttributesOut = KrdU16Array2DHandle;
+
+struct StructureFailure {
+  const char* name;
+  uint8_t mode;
+  FileCall call;
+  int32_t code;
+  std::string message;
+};
+void PrintTo(const StructureFailure& row, std::ostream* out) { *out << row.name; }
+
+class StructureFailureTest : public StructureFixture,
+                             public ::testing::WithParamInterface<StructureFailure> {};
+
+TEST_P(StructureFailureTest, ReturnsItsCodeAndTextAndChangesNothing) {
+  const StructureFailure& row = GetParam();
+  const KrdFileHandle file = OpenStandard(row.mode);
+  const std::string structure = StructureOf(file);
+  const uint64_t size = KrdSize();
+  EXPECT_EQ(row.call(file), row.code);
+  EXPECT_EQ(LastMessage(file), row.message);
+  EXPECT_EQ(KrdSize(), size);
+  EXPECT_EQ(StructureOf(file), structure);
+  EXPECT_EQ(LastMessage(file), "") << "the handle still works";
+}
+
+int32_t CreateChannelCall(KrdFileHandle file, uint16_t group, uint16_t physical, uint8_t index) {
+  uint16_t id = 0;
+  return CreateChannel(file, group, physical, index, HostBytes("x").String(), &id);
+}
+
+const uint8_t kRecord = HostFixture::kRecord;
+const uint8_t kRead = HostFixture::kRead;
+const uint8_t kEdit = HostFixture::kEdit;
+
+INSTANTIATE_TEST_SUITE_P(
+    Structure, StructureFailureTest,
+    ::testing::Values(
+        // 8: devices, whatever the ID, in every family that names one.
+        StructureFailure{"UnknownDevice", kRecord, EmptyOutput<StringOut>([](auto file, auto out) {
+                           return GetDeviceLabel(file, 9, out);
+                         }),
+                         8, "Could not find an device with the ID 9"},
+        StructureFailure{"ChildrenOfTheUnrecordedId", kEdit,
+                         EmptyOutput<IdsOut>([](auto file, auto out) {
+                           return DeviceChildrenList(file, 65534, out);
+                         }),
+                         8, "Could not find an device with the ID 65534"},
+        StructureFailure{"DeleteTheNoParentId", kEdit,
+                         [](auto file) { return DeleteDevice(file, 65535); }, 8,
+                         "Could not find an device with the ID 65535"},
+        StructureFailure{"AttributeOfUnknownDevice", kRecord,
+                         [](auto file) {
+                           return CreateDeviceAttribute(file, 9, 1, 0, HostBytes("x").Array());
+                         },
+                         8, "Could not find an device with the ID 9"},
+        StructureFailure{"AttributesOfUnknownDevice", kRead,
+                         EmptyOutput<AttributesOut>([](auto file, auto out) {
+                           return DeviceAttributeList(file, 9, out);
+                         }),
+                         8, "Could not find an device with the ID 9"},
+        StructureFailure{"PhysicalChannelOfUnknownDevice", kRecord,
+                         [](auto file) {
+                           uint16_t id = 0;
+                           return CreatePhysicalChannel(file, 9, 0, HostBytes("x").String(), &id);
+                         },
+                         8, "Could not find an device with the ID 9"},
+        StructureFailure{"PhysicalChannelsOfUnknownDevice", kRead,
+                         EmptyOutput<IdsOut>([](auto file, auto out) {
+                           return PhysicalChannelList(file, 9, out);
+                         }),
+                         8, "Could not find an device with the ID 9"},
+        // The device tree.
+        StructureFailure{"ParentMissing", kRecord,
+                         [](auto file) {
+                           uint16_t id = 0;
+                           return CreateDevice(file, 7, HostBytes("x").String(), &id);
+                         },
+                         9, "Device cannot be created; its parent device does not exist."},
+        StructureFailure{"SecondRoot", kRecord,
+                         [](auto file) {
+                           uint16_t id = 0;
+                           return CreateDevice(file, 65535, HostBytes("x").String(), &id);
+                         },
+                         34, "Root device cannot be created, a root device already exists."},
+        StructureFailure{"DeviceWithChildren", kEdit,
+                         [](auto file) { return DeleteDevice(file, 0); }, 31,
+                         "Could not delete device with the ID 0 because it had children."},
+        // Device attributes.
+        StructureFailure{"UnknownDeviceAttribute", kRead,
+                         EmptyOutput<BytesOut>([](auto file, auto out) {
+                           return GetDeviceAttribute(file, 0, 1, 5, out);
+                         }),
+                         11, "Could not find the device attibute with the device ID: 0 Key: 1 Index: 5"},
+        StructureFailure{"SetUnknownDeviceAttribute", kEdit,
+                         [](auto file) {
+                           return SetDeviceAttribute(file, 1, 1, 0, HostBytes("x").Array());
+                         },
+                         11, "Could not find the device attibute with the device ID: 1 Key: 1 Index: 0"},
+        StructureFailure{"DeleteUnknownDeviceAttribute", kRecord,
+                         [](auto file) { return DeleteDeviceAttribute(file, 0, 2, 0); }, 11,
+                         "Could not find the device attibute with the device ID: 0 Key: 2 Index: 0"},
+        StructureFailure{"DuplicateDeviceAttribute", kRecord,
+                         [](auto file) {
+                           return CreateDeviceAttribute(file, 0, 1, 0, HostBytes("x").Array());
+                         },
+                         12,
+                         "Device attribute cannot be added because it already exists.  Device ID: 0 "
+                         "Key: 1 Index: 0"},
+        // Physical channels and their attributes.
+        StructureFailure{"UnknownPhysicalChannel", kRead,
+                         [](auto file) {
+                           uint16_t number = 0;
+                           return GetPhysicalChannelNbr(file, 9, &number);
+                         },
+                         14, "Could not find a physical channel with the ID 9"},
+        StructureFailure{"AttributesOfUnknownPhysicalChannel", kRead,
+                         EmptyOutput<AttributesOut>([](auto file, auto out) {
+                           return PhysicalChannelAttributeList(file, 9, out);
+                         }),
+                         14, "Could not find a physical channel with the ID 9"},
+        StructureFailure{"AttributeOfUnknownPhysicalChannel", kRecord,
+                         [](auto file) {
+                           return CreatePhysicalChannelAttribute(file, 9, 1, 0,
+                                                                 HostBytes("x").Array());
+                         },
+                         14, "Could not find a physical channel with the ID 9"},
+        StructureFailure{"DuplicatePhysicalChannel", kRecord,
+                         [](auto file) {
+                           uint16_t id = 0;
+                           return CreatePhysicalChannel(file, 1, 0, HostBytes("x").String(), &id);
+                         },
+                         32,
+                         "Physical channel cannot be added because it already exists.  Device ID: 1 "
+                         "Channel Number: 0"},
+        StructureFailure{"UnknownPhysicalChannelAttribute", kEdit,
+                         EmptyOutput<BytesOut>([](auto file, auto out) {
+                           return GetPhysicalChannelAttribute(file, 1, 2, 7, out);
+                         }),
+                         16,
+                         "Could not find the physical channel attibute with the channel ID: 1 Key: "
+                         "2 Index: 7"},
+        StructureFailure{"SetUnknownPhysicalChannelAttribute", kEdit,
+                         [](auto file) {
+                           return SetPhysicalChannelAttribute(file, 2, 2, 0, HostBytes("x").Array());
+                         },
+                         16,
+                         "Could not find the physical channel attibute with the channel ID: 2 Key: "
+                         "2 Index: 0"},
+        StructureFailure{"DeleteUnknownPhysicalChannelAttribute", kRecord,
+                         [](auto file) { return DeletePhysicalChannelAttribute(file, 1, 3, 0); }, 16,
+                         "Could not find the physical channel attibute with the channel ID: 1 Key: "
+                         "3 Index: 0"},
+        StructureFailure{"DuplicatePhysicalChannelAttribute", kRecord,
+                         [](auto file) {
+                           return CreatePhysicalChannelAttribute(file, 1, 2, 0,
+                                                                 HostBytes("x").Array());
+                         },
+                         17,
+                         "Physical channel attribute cannot be added because it already exists.  "
+                         "Channel ID: 1 Key: 2 Index: 0"},
+        // Groups and channels: a new channel's group, then its place, then
+        // its physical channel.
+        StructureFailure{"UnknownGroup", kRead,
+                         [](auto file) {
+                           uint8_t count = 0;
+                           return GetChGroupChCount(file, 9, &count);
+                         },
+                         19, "Could not find an channel group with the ID 9"},
+        StructureFailure{"ChannelsOfUnknownGroup", kRead,
+                         EmptyOutput<IdsOut>([](auto file, auto out) {
+                           return ChInGroupList(file, 9, out);
+                         }),
+                         19, "Could not find an channel group with the ID 9"},
+        StructureFailure{"ChannelInUnknownGroup", kRecord,
+                         [](auto file) { return CreateChannelCall(file, 9, 9, 5); }, 19,
+                         "Could not find an channel group with the ID 9"},
+        StructureFailure{"InterleaveIndexPastTheGroup", kRecord,
+                         [](auto file) { return CreateChannelCall(file, 1, 9, 2); }, 43,
+                         "For channel group 1 the interleave index may not exceed 1"},
+        StructureFailure{"ChannelOnUnknownPhysicalChannel", kRecord,
+                         [](auto file) { return CreateChannelCall(file, 1, 9, 1); }, 14,
+                         "Could not find a physical channel with the ID 9"},
+        StructureFailure{"GroupWithChannels", kEdit,
+                         [](auto file) { return DeleteChannelGroup(file, 1); }, 33,
+                         "Could not delete channel group with the ID 1 because it has channels."},
+        StructureFailure{"UnknownChannel", kRead, EmptyOutput<StringOut>([](auto file, auto out) {
+                           return GetChLabel(file, 9, out);
+                         }),
+                         21, "Could not find an channel with the ID 9"},
+        StructureFailure{"DeleteUnknownChannel", kEdit,
+                         [](auto file) { return DeleteChannel(file, 9); }, 21,
+                         "Could not find an channel with the ID 9"},
+        // The mode is checked before anything else.
+        StructureFailure{"ReadModeBeforeExistence", kRead,
+                         [](auto file) { return DeleteDevice(file, 9); }, 29,
+                         "This operation is not allowed in read mode."},
+        StructureFailure{"ReadModeBeforeTheLabel", kRead,
+                         [](auto file) {
+                           return SetChLabel(file, 1, HostBytes(std::string(300, 'x')).String());
+                         },
+                         29, "This operation is not allowed in read mode."}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// A group of no channels takes no channel: its limit is -1.
+TEST_F(StructureFixture, AGroupOfNoChannelsTakesNone) {
+  const KrdFileHandle file = OpenStandard(kRecord);
+  uint16_t group = 0;
+  ASSERT_EQ(CreateChannelGroup(file, 1, 0, 3, &group), 0);
+  EXPECT_EQ(CreateChannelCall(file, group, 1, 0), 43);
+  EXPECT_EQ(LastMessage(file), "For channel group 3 the interleave index may not exceed -1");
+}
+
+// A text of more than 255 bytes cannot be framed by its one-byte length;
+// every function that takes a label refuses it before writing anything,
+// while 255 bytes go in and come back whole.
+TEST_F(StructureFixture, LabelsLongerThanAPacketHoldsAreRefused) {
+  const KrdFileHandle file = OpenStandard(kRecord);
+  const std::vector<std::function<int32_t(KrdStringHandle)>> label_calls = {
+      [&](auto label) { return CreateHeader(file, 1, 0, label); },
+      [&](auto label) { return SetFileLabel(file, label); },
+      [&](auto label) {
+        uint16_t id = 0;
+        return CreateDevice(file, 0, label, &id);
+      },
+      [&](auto label) { return SetDeviceLabel(file, 1, label); },
+      [&](auto label) {
+        uint16_t id = 0;
+        return CreatePhysicalChannel(file, 1, 7, label, &id);
+      },
+      [&](auto label) { return SetPhysicalChannelLabel(file, 1, label); },
+      [&](auto label) {
+        uint16_t id = 0;
+        return CreateChannel(file, 2, 1, 0, label, &id);
+      },
+      [&](auto label) { return SetChLabel(file, 1, label); },
+  };
+  const std::string structure = StructureOf(file);
+  for (std::size_t call = 0; call < label_calls.size(); ++call) {
+    const uint64_t size = KrdSize();
+    EXPECT_EQ(label_calls[call](HostBytes(std::string(256, 'L')).String()), 36) << call;
+    EXPECT_EQ(LastMessage(file), "The label is 256 bytes long; a packet holds at most 255 bytes.");
+    EXPECT_EQ(KrdSize(), size) << call;
+  }
+  EXPECT_EQ(StructureOf(file), structure);
+
+  const std::string longest(255, 'L');
+  for (std::size_t call = 1; call < label_calls.size(); ++call) {
+    EXPECT_EQ(label_calls[call](HostBytes(longest).String()), 0) << call;
+  }
+  KrdStringHandle label = nullptr;
+  EXPECT_EQ(GetChLabel(file, 3, &label), 0);
+  EXPECT_EQ(TakeBytes(label), longest);
+  EXPECT_EQ(Close(file), 0);
+  const KrdFileHandle reader = OpenOrFail("s", kRead);
+  EXPECT_EQ(GetChLabel(reader, 3, &label), 0) << "the packets after a long label read back";
+  EXPECT_EQ(TakeBytes(label), longest);
+}
+
+// A device row that carries the ID of an unrecorded device (an index
+// edited or damaged outside the library) can be read but not changed.
+TEST_F(StructureFixture, ADeviceRowWithTheUnrecordedIdIsRefusedForChanges) {
+  ASSERT_EQ(Close(OpenStandard(kRecord)), 0);
+  ASSERT_TRUE(ExecuteSql(Krq(), "insert into device values (65534, 0, 'ghost', 0)"));
+  const KrdFileHandle file = OpenOrFail("s", kEdit);
+  const std::string not_recorded = "The device packet is not recorded in the KRQ file.";
+  KrdU16ArrayHandle ids = nullptr;
+  KrdU16Array2DHandle attributes = nullptr;
+  EXPECT_EQ(DeleteDevice(file, 65534), 42);
+  EXPECT_EQ(LastMessage(file), not_recorded);
+  EXPECT_EQ(SetDeviceLabel(file, 65534, HostBytes("x").String()), 42);
+  EXPECT_EQ(LastMessage(file), not_recorded);
+  EXPECT_EQ(PhysicalChannelList(file, 65534, &ids), 42);
+  EXPECT_EQ(LastMessage(file), not_recorded);
+  EXPECT_TRUE(TakeIds(ids).empty());
+  EXPECT_EQ(DeviceAttributeList(file, 65534, &attributes), 42);
+  EXPECT_EQ(LastMessage(file), not_recorded);
+  EXPECT_TRUE(TakeAttributeIds(attributes).empty());
+  KrdStringHandle label = nullptr;
+  EXPECT_EQ(GetDeviceLabel(file, 65534, &label), 0);
+  EXPECT_EQ(TakeBytes(label), "ghost");
+}
+
+TEST_F(StructureFixture, AnAttributeListOnAnUnknownHandleIsANewEmptyTwoColumnArray) {
+  KrdU16Array2DHandle attributes = nullptr;
+  EXPECT_EQ(DeviceAttributeList(1000, 0, &attributes), 7);
+  EXPECT_EQ(RunTimeSize(attributes), 8) << "two dimensions, no elements";
+  EXPECT_EQ((*attributes)->dimSizes[0], 0);
+  EXPECT_TRUE(TakeAttributeIds(attributes).empty());
+}
+
+}  // namespace
+}  // namespace Varnholt::Testing

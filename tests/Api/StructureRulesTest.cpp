@@ -1,0 +1,128 @@
+// The rules of the device tree, the physical channels, the groups and the
+// channels as a host sees them through the C interface, and what the index
+// keeps of them.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "KrdFileLibApi.h"
+#include "tests/Api/HostFixture.h"
+#include "tests/Api/RecordingStructure.h"
+#include "tests/Api/TestHost.h"
+#include "tests/TestSupport/IndexSql.h"
+
+namespace Varnholt::Testing {
+namespace {
+
+using StructureRulesTest = StructureFixture;
+
+const char* const kStandardStructure =
+    "device 0 'rig' children [1] physical [] attributes { 1/0='serial-17' }\n"
+    "device 1 'daq' children [] physical [1 2] attributes { }\n"
+    "physical 1 #0 'ai0' channels [1] attributes { 2/0='V' }\n"
+    "physical 2 #1 'ai1' channels [2] attributes { }\n"
+    "group 1 divisor 10 count 2 type 3 channels [1 2]\n"
+    "group 2 divisor 1 count 1 type 3 channels []\n"
+    "channel 1 'pressure' at 0\n"
+    "channel 2 'temperature' at 1\n";
+
+TEST_F(StructureRulesTest, ReadsBackAsRecordedAfterReopeningAndFromARebuiltIndex) {
+  const KrdFileHandle recorder = OpenStandard(kRecord);
+  EXPECT_EQ(StructureOf(recorder), kStandardStructure);
+  EXPECT_EQ(Close(recorder), 0);
+  EXPECT_EQ(StructureOf(OpenOrFail("s", kRead)), kStandardStructure);
+
+  HostBytes krd(dir_.File("s.krd"));
+  HostBytes krq(dir_.File("rebuilt.krq"));
+  ASSERT_EQ(CreateIndex(krd.String(), krq.String()), 0);
+  EXPECT_EQ(StructureOf(OpenOrFail("s", kRead, "rebuilt")), kStandardStructure);
+}
+
+TEST_F(StructureRulesTest, DevicesGoLeafFirstAndTakeTheirAttributesButNotTheirChannels) {
+  const KrdFileHandle file = OpenStandard(kRecord);
+  EXPECT_EQ(DeleteDevice(file, 1), 0) << "physical channels do not hold a device";
+  KrdStringHandle label = nullptr;
+  EXPECT_EQ(GetPhysicalChannelLabel(file, 1, &label), 0);
+  EXPECT_EQ(TakeBytes(label), "ai0");
+
+  EXPECT_EQ(DeleteDevice(file, 0), 0) << "the root, once it has no children";
+  KrdU8ArrayHandle value = nullptr;
+  EXPECT_EQ(GetDeviceAttribute(file, 0, 1, 0, &value), 11) << "the attribute went with it";
+  EXPECT_EQ(TakeBytes(value), "");
+
+  uint16_t root = 99;
+  EXPECT_EQ(CreateDevice(file, 65535, HostBytes("new rig").String(), &root), 0);
+  EXPECT_EQ(root, 0);
+  EXPECT_EQ(CreateDeviceAttribute(file, 0, 1, 1, HostBytes("b").Array()), 0);
+  EXPECT_EQ(CreateDeviceAttribute(file, 0, 1, 0, HostBytes("a").Array()), 0)
+      << "the same key at another index";
+  EXPECT_EQ(CreateDeviceAttribute(file, 0, 1, 2, HostBytes("").Array()), 0) << "an empty value";
+  KrdU16Array2DHandle attributes = nullptr;
+  EXPECT_EQ(DeviceAttributeList(file, 0, &attributes), 0);
+  EXPECT_EQ(TakeAttributeIds(attributes), (AttributeRows{{1, 0}, {1, 1}, {1, 2}}));
+}
+
+TEST_F(StructureRulesTest, PhysicalChannelsAreNumberedPerDeviceAndTakeTheirAttributes) {
+  const KrdFileHandle file = OpenStandard(kEdit);
+  uint16_t id = 0;
+  EXPECT_EQ(CreatePhysicalChannel(file, 0, 0, HostBytes("rig ai0").String(), &id), 0)
+      << "number 0 is taken on device 1 only";
+  EXPECT_EQ(DeletePhysicalChannel(file, 1), 0) << "channel 1 still names it";
+  KrdU8ArrayHandle value = nullptr;
+  EXPECT_EQ(GetPhysicalChannelAttribute(file, 1, 2, 0, &value), 16);
+  EXPECT_EQ(TakeBytes(value), "");
+  KrdStringHandle label = nullptr;
+  EXPECT_EQ(GetChLabel(file, 1, &label), 0);
+  EXPECT_EQ(TakeBytes(label), "pressure");
+  EXPECT_EQ(CreatePhysicalChannel(file, 1, 0, HostBytes("ai0 again").String(), &id), 0)
+      << "its number is free again";
+}
+
+TEST_F(StructureRulesTest, AGroupTakesChannelsByPlaceOnlyAndGoesOnceItHasNone) {
+  const KrdFileHandle file = OpenStandard(kRecord);
+  uint16_t id = 0;
+  EXPECT_EQ(CreateChannel(file, 1, 2, 0, HostBytes("shared place").String(), &id), 0);
+  EXPECT_EQ(CreateChannel(file, 1, 1, 1, HostBytes("one too many").String(), &id), 0);
+  KrdU16ArrayHandle channels = nullptr;
+  EXPECT_EQ(ChInGroupList(file, 1, &channels), 0);
+  EXPECT_EQ(TakeIds(channels), (std::vector<uint16_t>{1, 2, 3, 4}));
+  EXPECT_EQ(ChInPhysicalChannelList(file, 1, &channels), 0);
+  EXPECT_EQ(TakeIds(channels), (std::vector<uint16_t>{1, 4}));
+
+  for (uint16_t channel : {1, 2, 3}) {
+    EXPECT_EQ(DeleteChannel(file, channel), 0);
+    EXPECT_EQ(DeleteChannelGroup(file, 1), 33);
+  }
+  EXPECT_EQ(DeleteChannel(file, 4), 0);
+  EXPECT_EQ(DeleteChannelGroup(file, 1), 0);
+  EXPECT_EQ(ChannelGroupList(file, &channels), 0);
+  EXPECT_EQ(TakeIds(channels), (std::vector<uint16_t>{2}));
+  EXPECT_EQ(ChannelList(file, &channels), 0);
+  EXPECT_TRUE(TakeIds(channels).empty());
+}
+
+// What the index keeps that no function shows: a group's row has no
+// offset, a channel starts enabled, and deletes touch only their own rows.
+TEST_F(StructureRulesTest, IndexRowsOfGroupsAndChannels) {
+  ASSERT_EQ(Close(OpenStandard(kRecord)), 0);
+  ASSERT_TRUE(ExecuteSql(Krq(),
+                         "insert into post_process (channel_id, post_process_index) values (1, 0);"
+                         "insert into post_process (channel_id, post_process_index) values (2, 0);"
+                         "insert into data values (2, 0, 0, 0);"));
+  const KrdFileHandle file = OpenOrFail("s", kEdit);
+  uint16_t id = 0;
+  EXPECT_EQ(CreateChannelGroup(file, 1, 1, 1, &id), 0);
+  EXPECT_EQ(CreateChannel(file, id, 1, 0, HostBytes("edited in").String(), &id), 0);
+  EXPECT_EQ(DeleteChannel(file, 1), 0);
+  EXPECT_EQ(DeleteChannelGroup(file, 2), 0);
+  EXPECT_EQ(Close(file), 0);
+
+  EXPECT_EQ(QueryColumn(Krq(), "select offset from channel_group"), "-1,-1");
+  EXPECT_EQ(QueryColumn(Krq(), "select disabled from channel"), "0,0");
+  EXPECT_EQ(QueryColumn(Krq(), "select channel_id from post_process"), "2");
+  EXPECT_EQ(QueryColumn(Krq(), "select channel_group_id from data"), "2");
+}
+
+}  // namespace
+}  // namespace Varnholt::Testing
