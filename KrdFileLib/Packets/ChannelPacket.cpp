@@ -44,8 +44,7 @@ ChannelPacket::ChannelPacket(uint16_t channel_group_id, uint16_t physical_channe
       channel_group_id_(channel_group_id),
       physical_channel_id_(physical_channel_id),
       interleave_index_(interleave_index),
-      label_(std::move(label)) {
-  RequireString8Fits("label", label_.size());
+      label_(CheckedLabel(std::move(label))) {
   BindRow();
 }
 

@@ -45,10 +45,7 @@ class ChannelPacket final : public IndexedPacket<Index::ChannelTable> {
   uint8_t InterleaveIndex() const { return interleave_index_; }
   const std::string& Label() const { return label_; }
   // Code 36 for a label longer than a packet can hold.
-  void SetLabel(std::string label) {
-    RequireString8Fits("label", label.size());
-    label_ = std::move(label);
-  }
+  void SetLabel(std::string label) { label_ = CheckedLabel(std::move(label)); }
   bool IsDisabled() const { return disabled_; }
   void SetDisabled(bool disabled) { disabled_ = disabled; }
 

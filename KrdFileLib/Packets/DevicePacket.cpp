@@ -20,8 +20,7 @@ DevicePacket::DevicePacket(uint16_t parent_id, std::string label)
     : IndexedPacket(PacketTypeId::kDevice),
       parent_id_(parent_id),
       is_root_(parent_id == kNoParentDeviceId),
-      label_(std::move(label)) {
-  RequireString8Fits("label", label_.size());
+      label_(CheckedLabel(std::move(label))) {
   BindRow();
 }
 

@@ -36,10 +36,7 @@ class DevicePacket final : public IndexedPacket<Index::DeviceTable> {
   bool IsRoot() const { return is_root_; }
   const std::string& Label() const { return label_; }
   // Code 36 for a label longer than a packet can hold.
-  void SetLabel(std::string label) {
-    RequireString8Fits("label", label.size());
-    label_ = std::move(label);
-  }
+  void SetLabel(std::string label) { label_ = CheckedLabel(std::move(label)); }
 
   // Before a new device is added: a root needs the root's place to be free
   // (code 34), any other device an existing parent (code 9).

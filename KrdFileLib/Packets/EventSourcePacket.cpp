@@ -9,8 +9,7 @@ EventSourcePacket::EventSourcePacket(uint16_t physical_channel_id, uint16_t data
     : IndexedPacket(PacketTypeId::kEventSource),
       physical_channel_id_(physical_channel_id),
       data_type_(data_type),
-      label_(std::move(label)) {
-  RequireString8Fits("label", label_.size());
+      label_(CheckedLabel(std::move(label))) {
   BindRow();
 }
 

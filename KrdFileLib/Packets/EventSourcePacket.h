@@ -29,10 +29,7 @@ class EventSourcePacket final : public IndexedPacket<Index::EventSourceTable> {
   uint16_t DataType() const { return data_type_; }
   const std::string& Label() const { return label_; }
   // Code 36 for a label longer than a packet can hold.
-  void SetLabel(std::string label) {
-    RequireString8Fits("label", label.size());
-    label_ = std::move(label);
-  }
+  void SetLabel(std::string label) { label_ = CheckedLabel(std::move(label)); }
 
   void AppendBody(Bytes& body) const override;
 

@@ -15,9 +15,8 @@ HeaderPacket::HeaderPacket(uint16_t device_id, std::string label, uint32_t time_
       file_version_(kFileVersion),
       uuid_(CommonLib::Uuid::Random()),
       device_id_(device_id),
-      label_(std::move(label)),
+      label_(CheckedLabel(std::move(label))),
       time_base_(time_base) {
-  RequireString8Fits("label", label_.size());
   BindRow();
 }
 

@@ -9,8 +9,7 @@ PhysicalChannelPacket::PhysicalChannelPacket(uint16_t device_id, uint16_t channe
     : IndexedPacket(PacketTypeId::kPhysicalChannel),
       device_id_(device_id),
       channel_number_(channel_number),
-      label_(std::move(label)) {
-  RequireString8Fits("label", label_.size());
+      label_(CheckedLabel(std::move(label))) {
   BindRow();
 }
 

@@ -28,10 +28,7 @@ class PhysicalChannelPacket final : public IndexedPacket<Index::PhysicalChannelT
   uint16_t ChannelNumber() const { return channel_number_; }
   const std::string& Label() const { return label_; }
   // Code 36 for a label longer than a packet can hold.
-  void SetLabel(std::string label) {
-    RequireString8Fits("label", label.size());
-    label_ = std::move(label);
-  }
+  void SetLabel(std::string label) { label_ = CheckedLabel(std::move(label)); }
 
   // Before it is added: code 32 when its device already has a physical
   // channel of this number.

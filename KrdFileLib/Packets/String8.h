@@ -7,6 +7,7 @@
 // refuses it here, before anything is written.
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "KrdFileLib/Errors.h"
@@ -18,6 +19,13 @@ inline constexpr std::size_t kMaxString8Length = 255;
 // Code 36, naming the field, when a text of length bytes does not fit.
 inline void RequireString8Fits(std::string_view field, std::size_t length) {
   if (length > kMaxString8Length) throw Errors::TextTooLong(field, length, kMaxString8Length);
+}
+
+// The label itself, once it is known to fit (code 36 otherwise): what
+// packets store and what their SetLabel takes.
+inline std::string CheckedLabel(std::string label) {
+  RequireString8Fits("label", label.size());
+  return label;
 }
 
 }  // namespace Varnholt::KrdFiles::Packets
