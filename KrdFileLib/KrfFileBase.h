@@ -136,6 +136,47 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   void SetChLabel(uint16_t channel_id, const std::string& label);
   std::string GetChLabel(uint16_t channel_id);
 
+  // Channel-group data (KrfDataOperations.cpp) -------------------------------
+
+  // Records one block of whole frames of the group, the first at
+  // start_time_offset; record mode only. Blocks are neither ordered nor
+  // checked for overlap.
+  void RecordChannelGroupData(uint16_t group_id, int64_t start_time_offset, const Bytes& samples);
+  // The channel's samples, in time order, over length ticks from start_time:
+  // forward for a positive length, backward (ending at start_time) for a
+  // negative one. continuation_time receives where the next read in the same
+  // direction starts: the next frame of the group that way, or -1 when
+  // there is none.
+  Bytes GetChannelData(uint16_t channel_id, int64_t start_time, int64_t length,
+                       int64_t& continuation_time);
+  // The last frame time of the group's latest-starting block; 0 without blocks.
+  int64_t GetMaxChGroupTime(uint16_t group_id);
+
+  // Event sources and events (KrfEventOperations.cpp) ------------------------
+
+  // The data type is the host's and is not checked.
+  uint16_t CreateEventSource(uint16_t physical_channel_id, uint16_t data_type,
+                             const std::string& label);
+  // Takes the source's events with it.
+  void DeleteEventSource(uint16_t event_source_id);
+  Ids EventSourceList();
+  // Empty for an unknown physical channel.
+  Ids EventSrcInPhysicalChList(uint16_t physical_channel_id);
+  uint16_t GetEventSrcDataType(uint16_t event_source_id);
+  void SetEventSrcLabel(uint16_t event_source_id, const std::string& label);
+  std::string GetEventSrcLabel(uint16_t event_source_id);
+  // The source's latest event time; 0 without events.
+  int64_t GetMaxEventSrcTime(uint16_t event_source_id);
+  // Neither the order of event times nor the data's size is checked.
+  uint32_t CreateEvent(uint16_t event_source_id, int64_t event_time, const Bytes& data);
+  void DeleteEvent(uint32_t event_id);
+  // The source's events from start_time to end_time, both included, by time.
+  std::vector<uint32_t> EventList(uint16_t event_source_id, int64_t start_time, int64_t end_time);
+  void SetEventTime(uint32_t event_id, int64_t event_time);
+  int64_t GetEventTime(uint32_t event_id);
+  void SetEventData(uint32_t event_id, const Bytes& data);
+  Bytes GetEventData(uint32_t event_id);
+
   std::recursive_mutex& Mutex() { return mutex_; }
 
  protected:

@@ -75,7 +75,31 @@
   X(ChInPhysicalChannelList, (uint16_t, physicalChannelId)(KrdU16ArrayHandle*, channelIds))       \
   X(GetChInterleaveIndex, (uint16_t, channelId)(uint8_t*, interleaveIndex))                       \
   X(SetChLabel, (uint16_t, channelId)(KrdStringHandle, label))                                    \
-  X(GetChLabel, (uint16_t, channelId)(KrdStringHandle*, label))
+  X(GetChLabel, (uint16_t, channelId)(KrdStringHandle*, label))                                   \
+  /* Channel-group data */                                                                        \
+  X(GetMaxChGroupTime, (uint16_t, groupId)(int64_t*, endTime))                                    \
+  X(RecordChannelGroupData, (uint16_t, groupId)(int64_t, startTime)(KrdU8ArrayHandle, samples))   \
+  X(GetChannelData, (uint16_t, channelId)(int64_t, startTime)(int64_t, length)                    \
+                    (int64_t*, continuationTime)(KrdU8ArrayHandle*, samples))                     \
+  /* Event sources and events */                                                                  \
+  X(CreateEventSource, (uint16_t, physicalChannelId)(uint16_t, dataType)(KrdStringHandle, label)  \
+                       (uint16_t*, eventSourceId))                                                \
+  X(DeleteEventSource, (uint16_t, eventSourceId))                                                 \
+  X(EventSourceList, (KrdU16ArrayHandle*, eventSourceIds))                                        \
+  X(EventSrcInPhysicalChList, (uint16_t, physicalChannelId)(KrdU16ArrayHandle*, eventSourceIds))  \
+  X(GetEventSrcDataType, (uint16_t, eventSourceId)(uint16_t*, dataType))                          \
+  X(SetEventSrcLabel, (uint16_t, eventSourceId)(KrdStringHandle, label))                          \
+  X(GetEventSrcLabel, (uint16_t, eventSourceId)(KrdStringHandle*, label))                         \
+  X(GetMaxEventSrcTime, (uint16_t, eventSourceId)(int64_t*, eventTime))                           \
+  X(CreateEvent, (uint16_t, eventSourceId)(int64_t, eventTime)(KrdU8ArrayHandle, data)            \
+                 (uint32_t*, eventId))                                                            \
+  X(DeleteEvent, (uint32_t, eventId))                                                             \
+  X(EventList, (uint16_t, eventSourceId)(int64_t, startTime)(int64_t, endTime)                    \
+               (KrdU32ArrayHandle*, eventIds))                                                    \
+  X(SetEventTime, (uint32_t, eventId)(int64_t, eventTime))                                        \
+  X(GetEventTime, (uint32_t, eventId)(int64_t*, eventTime))                                       \
+  X(SetEventData, (uint32_t, eventId)(KrdU8ArrayHandle, data))                                    \
+  X(GetEventData, (uint32_t, eventId)(KrdU8ArrayHandle*, data))
 // clang-format on
 
 // KRD_PARAMETERS((t1, n1)(t2, n2)) is ", t1 n1, t2 n2"; KRD_ARGUMENT_NAMES

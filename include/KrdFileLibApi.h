@@ -324,6 +324,73 @@ int32_t SetChLabel(KrdFileHandle file, uint16_t channelId, KrdStringHandle label
 /* A channel's label. */
 int32_t GetChLabel(KrdFileHandle file, uint16_t channelId, KrdStringHandle* label);
 
+/* ---- Channel-group data ------------------------------------------------
+ * Data is recorded per channel group as blocks of whole frames: each frame
+ * holds one sample of every channel of the group, in interleave-index
+ * order, each of the size registered for the group's data type; frame i of
+ * a block lies at startTime + i * timeBaseDivisor. Data is read back per
+ * channel by time range. Times are signed ticks of the file's time base.
+ * Codes: 19 unknown group, 21 unknown channel, 29/30 recording in read or
+ * edit mode, 36 data type not registered or a range past the 64-bit limits,
+ * 41 a block that repeats a group's start and end times, 42 a length of 0,
+ * 47 not whole frames, or none. */
+
+/* The last frame time of the group's latest-starting block; 0 without
+ * blocks. */
+int32_t GetMaxChGroupTime(KrdFileHandle file, uint16_t groupId, int64_t* endTime);
+/* Records one block of the group; record mode only. Blocks are neither
+ * ordered nor checked for overlap. */
+int32_t RecordChannelGroupData(KrdFileHandle file, uint16_t groupId, int64_t startTime,
+                               KrdU8ArrayHandle samples);
+/* The channel's samples in time order over |length| ticks: from startTime
+ * on for a positive length, up to and including startTime for a negative
+ * one. continuationTime receives the start of the next read in the same
+ * direction, or -1 when the group has no more data that way. */
+int32_t GetChannelData(KrdFileHandle file, uint16_t channelId, int64_t startTime, int64_t length,
+                       int64_t* continuationTime, KrdU8ArrayHandle* samples);
+
+/* ---- Event sources and events ------------------------------------------
+ * An event is one time-stamped byte value of an event source; a source
+ * belongs to a physical channel. Modes as for devices.
+ * Codes: 14 unknown physical channel, 23 unknown event source, 25 unknown
+ * event. */
+
+/* Creates a source on a physical channel; dataType is the host's own. */
+int32_t CreateEventSource(KrdFileHandle file, uint16_t physicalChannelId, uint16_t dataType,
+                          KrdStringHandle label, uint16_t* eventSourceId);
+/* Deletes a source with its events. */
+int32_t DeleteEventSource(KrdFileHandle file, uint16_t eventSourceId);
+/* The IDs of all event sources. */
+int32_t EventSourceList(KrdFileHandle file, KrdU16ArrayHandle* eventSourceIds);
+/* The IDs of the physical channel's sources; empty for an unknown one. */
+int32_t EventSrcInPhysicalChList(KrdFileHandle file, uint16_t physicalChannelId,
+                                 KrdU16ArrayHandle* eventSourceIds);
+/* The data type given at the source's creation. */
+int32_t GetEventSrcDataType(KrdFileHandle file, uint16_t eventSourceId, uint16_t* dataType);
+/* Changes a source's label. */
+int32_t SetEventSrcLabel(KrdFileHandle file, uint16_t eventSourceId, KrdStringHandle label);
+/* A source's label. */
+int32_t GetEventSrcLabel(KrdFileHandle file, uint16_t eventSourceId, KrdStringHandle* label);
+/* The latest event time of the source; 0 without events. */
+int32_t GetMaxEventSrcTime(KrdFileHandle file, uint16_t eventSourceId, int64_t* eventTime);
+/* Records an event; neither time order nor the data's size is checked. */
+int32_t CreateEvent(KrdFileHandle file, uint16_t eventSourceId, int64_t eventTime,
+                    KrdU8ArrayHandle data, uint32_t* eventId);
+/* Deletes an event. */
+int32_t DeleteEvent(KrdFileHandle file, uint32_t eventId);
+/* The IDs of the source's events from startTime to endTime, both included,
+ * in time order; empty when endTime is before startTime. */
+int32_t EventList(KrdFileHandle file, uint16_t eventSourceId, int64_t startTime, int64_t endTime,
+                  KrdU32ArrayHandle* eventIds);
+/* Changes an event's time. */
+int32_t SetEventTime(KrdFileHandle file, uint32_t eventId, int64_t eventTime);
+/* An event's time. */
+int32_t GetEventTime(KrdFileHandle file, uint32_t eventId, int64_t* eventTime);
+/* Replaces an event's data. */
+int32_t SetEventData(KrdFileHandle file, uint32_t eventId, KrdU8ArrayHandle data);
+/* An event's data. */
+int32_t GetEventData(KrdFileHandle file, uint32_t eventId, KrdU8ArrayHandle* data);
+
 #ifdef __cplusplus
 }
 #endif
