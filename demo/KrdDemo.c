@@ -1,7 +1,8 @@
 /* Demo, and an example of how a host calls the library: records a small
  * recording (header, start time, annotation, a device with an attribute, a
- * physical channel, a channel group and two channels) in a fresh folder,
- * reads it back in read mode, then rebuilds its index from the data file into a second
+ * physical channel, a channel group and two channels, data blocks and
+ * events) in a fresh folder, reads it back in read mode (walking a channel
+ * forwards and backwards across the blocks and listing events), then rebuilds its index from the data file into a second
  * index file and reads the recording back through that one too.
  *
  *   KrdDemo [folder]     (default: a new folder under /tmp)
@@ -102,6 +103,38 @@ static void DescribeSetUp(KrdFileHandle file) {
   free(serial_value);
 }
 
+/* Three blocks of the group (2 channels of int16 samples, a frame every 10
+ * ticks): frames at 0..40, 50..90 and, after a pause, 200..220. Pressure
+ * counts up from 1000, its x10 view is ten times that. Then an event
+ * source on the input with three threshold events. */
+static void RecordData(KrdFileHandle file) {
+  static const int64_t starts[] = {0, 50, 200};
+  static const int frames[] = {5, 5, 3};
+  int16_t value = 1000;
+  for (int block = 0; block < 3; ++block) {
+    int16_t samples[2 * 5];
+    for (int frame = 0; frame < frames[block]; ++frame, ++value) {
+      samples[2 * frame] = value;
+      samples[2 * frame + 1] = (int16_t)(value * 10);
+    }
+    KrdU8Array* bytes = NewBytes((const uint8_t*)samples, sizeof(int16_t) * 2 * frames[block]);
+    Check(RecordChannelGroupData(file, 1, starts[block], &bytes), file, "RecordChannelGroupData");
+    free(bytes);
+  }
+  KrdString* label = NewText("over-pressure");
+  uint16_t source = 0;
+  Check(CreateEventSource(file, 1, 1, &label, &source), file, "CreateEventSource");
+  free(label);
+  static const int64_t times[] = {30, 70, 210};
+  for (int i = 0; i < 3; ++i) {
+    const uint8_t level[] = {(uint8_t)(i + 1)};
+    KrdU8Array* data = NewBytes(level, sizeof level);
+    uint32_t event = 0;
+    Check(CreateEvent(file, source, times[i], &data, &event), file, "CreateEvent");
+    free(data);
+  }
+}
+
 static void Record(const char* krd, const char* krq) {
   static const uint8_t start[] = {0x07, 0xEA, 0x0B, 0x17, 0x09, 0x1E}; /* 2026-11-23 09:30 */
   const KrdFileHandle file = OpenPair(krd, krq, 1);
@@ -112,6 +145,7 @@ static void Record(const char* krd, const char* krq) {
   Check(CreateStart(file, 1, &start_value), file, "CreateStart");
   Check(CreateAnnotation(file, &annotation), file, "CreateAnnotation");
   DescribeSetUp(file);
+  RecordData(file);
   Check(Close(file), file, "Close");
   free(label);
   free(start_value);
@@ -184,6 +218,44 @@ static void PrintChannels(KrdFileHandle file) {
   DisposeHostHandle(groups);
 }
 
+/* Reads channel 1 in steps of length ticks from start, each step where the
+ * last one said the data continues, until there is no more data that way. */
+static void PrintChannelWalk(KrdFileHandle file, int64_t start, int64_t length) {
+  printf("  channel 1 from %lld in steps of %lld ticks:\n", (long long)start, (long long)length);
+  for (int64_t time = start; time != -1;) {
+    KrdU8ArrayHandle bytes = NULL;
+    int64_t next = -1;
+    Check(GetChannelData(file, 1, time, length, &next, &bytes), file, "GetChannelData");
+    printf("    at %4lld:", (long long)time);
+    for (int32_t i = 0; i + 1 < (*bytes)->dimSize; i += 2) {
+      int16_t sample;
+      memcpy(&sample, (*bytes)->elt + i, sizeof sample);
+      printf(" %d", sample);
+    }
+    printf("%s; continues at %lld\n", (*bytes)->dimSize == 0 ? " (none)" : "", (long long)next);
+    DisposeHostHandle(bytes);
+    time = next;
+  }
+}
+
+/* The events of source 1 between two times, both included. */
+static void PrintEvents(KrdFileHandle file, int64_t from, int64_t to) {
+  KrdU32ArrayHandle events = NULL;
+  Check(EventList(file, 1, from, to, &events), file, "EventList");
+  printf("  events from %lld to %lld:", (long long)from, (long long)to);
+  for (int32_t i = 0; i < (*events)->dimSize; ++i) {
+    int64_t time = 0;
+    KrdU8ArrayHandle data = NULL;
+    Check(GetEventTime(file, (*events)->elt[i], &time), file, "GetEventTime");
+    Check(GetEventData(file, (*events)->elt[i], &data), file, "GetEventData");
+    printf(" #%u at %lld level %u;", (unsigned)(*events)->elt[i], (long long)time,
+           (unsigned)(*data)->elt[0]);
+    DisposeHostHandle(data);
+  }
+  printf("\n");
+  DisposeHostHandle(events);
+}
+
 static void PrintRecording(const char* krd, const char* krq) {
   const KrdFileHandle file = OpenPair(krd, krq, 0);
   uint32_t time_base = 0;
@@ -205,6 +277,12 @@ static void PrintRecording(const char* krd, const char* krq) {
   PrintAndDispose("annotation", text);
   PrintDevices(file);
   PrintChannels(file);
+  int64_t latest = 0;
+  Check(GetMaxChGroupTime(file, 1, &latest), file, "GetMaxChGroupTime");
+  printf("  group 1 data ends at %lld\n", (long long)latest);
+  PrintChannelWalk(file, 0, 35);
+  PrintChannelWalk(file, latest, -35);
+  PrintEvents(file, 30, 100);
   Check(Close(file), file, "Close");
 }
 

@@ -1,7 +1,6 @@
 #include "KrdFileLib/Packets/FrameGrid.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace Varnholt::KrdFiles::Packets {
 
@@ -12,15 +11,10 @@ uint64_t Distance(int64_t from, int64_t to) {
   return static_cast<uint64_t>(to) - static_cast<uint64_t>(from);
 }
 
-// start + delta, held at the signed limits instead of wrapping around.
-int64_t SaturatedAdd(int64_t start, int64_t delta) {
-  if (delta > 0 && start > std::numeric_limits<int64_t>::max() - delta) {
-    return std::numeric_limits<int64_t>::max();
-  }
-  if (delta < 0 && start < std::numeric_limits<int64_t>::min() - delta) {
-    return std::numeric_limits<int64_t>::min();
-  }
-  return start + delta;
+// start + delta in two's complement, without the undefined behaviour of a
+// signed overflow: a sum past a 64-bit limit wraps around.
+int64_t WrappingAdd(int64_t start, int64_t delta) {
+  return static_cast<int64_t>(static_cast<uint64_t>(start) + static_cast<uint64_t>(delta));
 }
 
 }  // namespace
@@ -28,8 +22,8 @@ int64_t SaturatedAdd(int64_t start, int64_t delta) {
 TimeWindow TimeWindow::ForInterval(int64_t start, int64_t length) {
   // length - 1 and length + 1 cannot overflow: a positive length is at
   // least 1, a negative one at most -1.
-  if (length > 0) return {start, SaturatedAdd(start, length - 1)};
-  return {SaturatedAdd(start, length + 1), start};
+  if (length > 0) return {start, WrappingAdd(start, length - 1)};
+  return {WrappingAdd(start, length + 1), start};
 }
 
 int64_t FrameGrid::FrameTime(uint64_t frame) const {

@@ -11,8 +11,9 @@ struct TimeWindow {
 
   // The window that a read of length ticks from start covers: forward
   // [start, start + length - 1] for a positive length, backward
-  // [start + length + 1, start] for a negative one. Ends that would leave
-  // the 64-bit range stop at its limits. The length must not be 0.
+  // [start + length + 1, start] for a negative one. An end carried past the
+  // 64-bit limits wraps around, so that window comes out inverted (first
+  // after last) and the range query refuses it. The length must not be 0.
   static TimeWindow ForInterval(int64_t start, int64_t length);
 };
 

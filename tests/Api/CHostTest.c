@@ -152,12 +152,12 @@ static void DescribeChannels(KrdFileHandle file) {
   uint16_t group = 0, channel = 0, type = 0;
   uint32_t divisor = 0;
   uint8_t count = 0, place = 9;
-  CHECK(CreateChannelGroup(file, 10, 2, 3, &group) == 0 && group == 1);
+  CHECK(CreateChannelGroup(file, 10, 2, 1, &group) == 0 && group == 1);
   CHECK(ChannelGroupList(file, &ids) == 0 && TakeIds(ids, 1, 1));
   CHECK(SetChGroupTimeBaseDivisor(file, group, 20) == 0);
   CHECK(GetChGroupTimeBaseDivisor(file, group, &divisor) == 0 && divisor == 20);
   CHECK(GetChGroupChCount(file, group, &count) == 0 && count == 2);
-  CHECK(GetChGroupDataType(file, group, &type) == 0 && type == 3);
+  CHECK(GetChGroupDataType(file, group, &type) == 0 && type == 1);
   CHECK(CreateChannel(file, group, 1, 1, &label, &channel) == 0 && channel == 1);
   CHECK(ChannelList(file, &ids) == 0 && TakeIds(ids, 1, 1));
   CHECK(ChInGroupList(file, group, &ids) == 0 && TakeIds(ids, 1, 1));
@@ -168,9 +168,51 @@ static void DescribeChannels(KrdFileHandle file) {
   free(label);
 }
 
+/* Two blocks of group 1 (one 2-byte sample of each of its two channels per
+ * frame, data type 1), read back across both; and events. */
+static void RecordDataAndEvents(KrdFileHandle file) {
+  KrdU8Array* first = (KrdU8Array*)NewString("a1b1a2b2");
+  KrdU8Array* second = (KrdU8Array*)NewString("a3b3");
+  KrdString* label = NewString("alarm");
+  KrdU8ArrayHandle bytes = NULL;
+  KrdU16ArrayHandle sources = NULL;
+  KrdU32ArrayHandle events = NULL;
+  KrdStringHandle text = NULL;
+  int64_t time = 0;
+  uint16_t source = 0, type = 0;
+  uint32_t event = 0;
+  CHECK(RecordChannelGroupData(file, 1, 0, &first) == 0);
+  CHECK(RecordChannelGroupData(file, 1, 40, &second) == 0);
+  CHECK(GetMaxChGroupTime(file, 1, &time) == 0 && time == 40);
+  CHECK(GetChannelData(file, 1, 0, 100, &time, &bytes) == 0 && Take(bytes, "b1b2b3"));
+  CHECK(time == -1);
+  CHECK(GetChannelData(file, 1, 40, -21, &time, &bytes) == 0 && Take(bytes, "b2b3"));
+  CHECK(time == 0);
+  CHECK(CreateEventSource(file, 1, 9, &label, &source) == 0 && source == 1);
+  CHECK(EventSourceList(file, &sources) == 0 && TakeIds(sources, 1, 1));
+  CHECK(EventSrcInPhysicalChList(file, 1, &sources) == 0 && TakeIds(sources, 1, 1));
+  CHECK(GetEventSrcDataType(file, source, &type) == 0 && type == 9);
+  CHECK(SetEventSrcLabel(file, source, &label) == 0);
+  CHECK(GetEventSrcLabel(file, source, &text) == 0 && Take(text, "alarm"));
+  CHECK(CreateEvent(file, source, 30, &second, &event) == 0 && event == 1);
+  CHECK(SetEventTime(file, event, 35) == 0);
+  CHECK(GetEventTime(file, event, &time) == 0 && time == 35);
+  CHECK(SetEventData(file, event, &first) == 0);
+  CHECK(GetEventData(file, event, &bytes) == 0 && Take(bytes, "a1b1a2b2"));
+  CHECK(GetMaxEventSrcTime(file, source, &time) == 0 && time == 35);
+  CHECK(EventList(file, source, 35, 35, &events) == 0 && events != NULL &&
+        (*events)->dimSize == 1 && (*events)->elt[0] == event);
+  DisposeHostHandle(events);
+  free(first);
+  free(second);
+  free(label);
+}
+
 /* Everything deleted again, innermost first. */
 static void DeleteAll(KrdFileHandle file) {
   KrdU16ArrayHandle ids = NULL;
+  CHECK(DeleteEvent(file, 1) == 0);
+  CHECK(DeleteEventSource(file, 1) == 0);
   CHECK(DeleteChannel(file, 1) == 0);
   CHECK(DeleteChannelGroup(file, 1) == 0);
   CHECK(DeletePhysicalChannelAttribute(file, 1, 5, 6) == 0);
@@ -193,8 +235,15 @@ int main(void) {
   KrdString* krq_path = NewString(krq);
 
   CHECK(SetLVRTModule(NULL) == 0);
-  KrdLibrarySettings settings = {4096, NULL, 100, 1000};
+  /* One data type: ID 1, 2-byte samples. */
+  KrdU16Array2D* data_types = malloc(sizeof(KrdU16Array2D) + 2 * sizeof(uint16_t));
+  data_types->dimSizes[0] = 1;
+  data_types->dimSizes[1] = 2;
+  data_types->elt[0] = 1;
+  data_types->elt[1] = 2;
+  KrdLibrarySettings settings = {4096, &data_types, 100, 1000};
   CHECK(Initialize(&settings) == 0);
+  free(data_types);
 
   KrdFileHandle file = 0;
   KrdStringHandle text = NULL;
@@ -203,6 +252,7 @@ int main(void) {
   RecordHeader(file);
   DescribeDevices(file);
   DescribeChannels(file);
+  RecordDataAndEvents(file);
   CHECK(Close(file) == 0);
   CHECK(Open(&krd_path, &krq_path, 2, &file) == 0);
   DeleteAll(file);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -57,8 +58,29 @@ class HostFixture : public ::testing::Test {
     EXPECT_EQ(LiveRunTimeHandles(), live_at_start_) << "a returned handle was not disposed of";
   }
 
-  static void Configure(int32_t batch_size, int32_t commit_interval_ms) {
-    const KrdLibrarySettings settings{64 * 1024, nullptr, batch_size, commit_interval_ms};
+  // A data type of the tests' registry: its ID and the size of one sample.
+  struct DataType {
+    uint16_t id;
+    uint16_t sample_size;
+  };
+  // Initializes the library with these limits, read chunk size and data
+  // types (which replace those of earlier calls).
+  static void Configure(int32_t batch_size, int32_t commit_interval_ms,
+                        uint32_t read_chunk_size = 64 * 1024,
+                        const std::vector<DataType>& data_types = {}) {
+    std::vector<uint16_t> table(2 * 2 + 2 * data_types.size());  // room for the two counts
+    const int32_t rows = static_cast<int32_t>(data_types.size());
+    const int32_t columns = 2;
+    std::memcpy(table.data(), &rows, sizeof rows);
+    std::memcpy(table.data() + 2, &columns, sizeof columns);
+    for (std::size_t row = 0; row < data_types.size(); ++row) {
+      table[4 + 2 * row] = data_types[row].id;
+      table[4 + 2 * row + 1] = data_types[row].sample_size;
+    }
+    void* block = table.data();
+    const KrdLibrarySettings settings{read_chunk_size,
+                                      reinterpret_cast<KrdU16Array2DHandle>(&block), batch_size,
+                                      commit_interval_ms};
     ASSERT_EQ(Initialize(&settings), 0);
   }
 

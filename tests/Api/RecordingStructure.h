@@ -11,6 +11,7 @@
 #include <deque>
 #include <filesystem>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -20,9 +21,11 @@
 
 namespace Varnholt::Testing {
 
-// The IDs of a returned u16 array; the handle is disposed of.
-inline std::vector<uint16_t> TakeIds(KrdU16ArrayHandle handle) {
-  std::vector<uint16_t> ids((*handle)->elt, (*handle)->elt + (*handle)->dimSize);
+// The IDs of a returned u16 or u32 array; the handle is disposed of.
+template <typename Block>
+auto TakeIds(Block** handle) {
+  std::vector<std::remove_cvref_t<decltype((*handle)->elt[0])>> ids(
+      (*handle)->elt, (*handle)->elt + (*handle)->dimSize);
   DisposeHostHandle(handle);
   return ids;
 }
@@ -49,6 +52,8 @@ inline AttributeRows TakeAttributeIds(KrdU16Array2DHandle handle) {
 //     channel 1 "pressure" at 0 on physical channel 1
 //     channel 2 "temperature" at 1 on physical channel 2
 //   group 2: divisor 1, 1 channel of data type 3, no channels
+//   event source 1 "limit" on physical channel 1, data type 5: event 1 at
+//   50 = "hi", event 2 at 20 = "lo"
 inline void DescribeStandardSetUp(KrdFileHandle file) {
   uint16_t id = 0;
   ASSERT_EQ(CreateHeader(file, 1000, 0, HostBytes("bench").String()), 0);
@@ -70,11 +75,19 @@ inline void DescribeStandardSetUp(KrdFileHandle file) {
   ASSERT_EQ(id, 1);
   ASSERT_EQ(CreateChannel(file, 1, 2, 1, HostBytes("temperature").String(), &id), 0);
   ASSERT_EQ(id, 2);
+  ASSERT_EQ(CreateEventSource(file, 1, 5, HostBytes("limit").String(), &id), 0);
+  ASSERT_EQ(id, 1);
+  uint32_t event = 0;
+  ASSERT_EQ(CreateEvent(file, 1, 50, HostBytes("hi").Array(), &event), 0);
+  ASSERT_EQ(event, 1u);
+  ASSERT_EQ(CreateEvent(file, 1, 20, HostBytes("lo").Array(), &event), 0);
+  ASSERT_EQ(event, 2u);
 }
 
 namespace detail {
 
-inline std::string Join(const std::vector<uint16_t>& ids) {
+template <typename Id>
+std::string Join(const std::vector<Id>& ids) {
   std::string text;
   for (uint16_t id : ids) text += (text.empty() ? "" : " ") + std::to_string(id);
   return "[" + text + "]";
@@ -97,7 +110,9 @@ std::string Attributes(ListAttributes list, GetValue get) {
   const AttributeRows rows = TakeAttributeIds(handle);
   if (code != 0) return "<" + std::to_string(code) + ">";
   std::string text;
-  for (const auto& [key, index] : rows) {
+  for (const auto& row : rows) {
+    const uint16_t key = row.first;
+    const uint16_t index = row.second;
     text += " " + std::to_string(key) + "/" + std::to_string(index) + "=" +
             Text<KrdU8ArrayHandle>([&](KrdU8ArrayHandle* out) { return get(key, index, out); });
   }
@@ -120,11 +135,33 @@ IdList Ids(List list_call) {
   return list;
 }
 
+// An event source's label, data type and latest time, and its events as
+// "id@time='data'" in time order.
+inline std::string EventSourceOf(KrdFileHandle file, uint16_t source) {
+  uint16_t type = 0;
+  int64_t latest = 0;
+  EXPECT_EQ(GetEventSrcDataType(file, source, &type), 0);
+  EXPECT_EQ(GetMaxEventSrcTime(file, source, &latest), 0);
+  KrdU32ArrayHandle list = nullptr;
+  EXPECT_EQ(EventList(file, source, INT64_MIN, INT64_MAX, &list), 0);
+  std::string events;
+  for (uint32_t event : TakeIds(list)) {
+    int64_t time = 0;
+    EXPECT_EQ(GetEventTime(file, event, &time), 0);
+    events += " " + std::to_string(event) + "@" + std::to_string(time) + "=" +
+              Text<KrdU8ArrayHandle>([&](auto* o) { return GetEventData(file, event, o); });
+  }
+  return Text<KrdStringHandle>([&](auto* o) { return GetEventSrcLabel(file, source, o); }) +
+         " type " + std::to_string(type) + " latest " + std::to_string(latest) + " events [" +
+         events + " ]";
+}
+
 }  // namespace detail
 
 // Everything the host can list and get about the set-up, one line per
 // entity: the device tree from the root, the physical channels of its
-// devices, every group and every channel.
+// devices, every group, every channel, and every event source with its
+// events.
 inline std::string StructureOf(KrdFileHandle file) {
   using detail::Ids;
   using detail::Text;
@@ -153,6 +190,7 @@ inline std::string StructureOf(KrdFileHandle file) {
     out += "physical " + std::to_string(channel) + " #" + std::to_string(number) + " " +
            Text<KrdStringHandle>([&](auto* o) { return GetPhysicalChannelLabel(file, channel, o); }) +
            " channels " + Ids([&](auto* o) { return ChInPhysicalChannelList(file, channel, o); }).text +
+           " sources " + Ids([&](auto* o) { return EventSrcInPhysicalChList(file, channel, o); }).text +
            " attributes " +
            detail::Attributes(
                [&](auto* o) { return PhysicalChannelAttributeList(file, channel, o); },
@@ -178,6 +216,9 @@ inline std::string StructureOf(KrdFileHandle file) {
     out += "channel " + std::to_string(channel) + " " +
            Text<KrdStringHandle>([&](auto* o) { return GetChLabel(file, channel, o); }) + " at " +
            std::to_string(interleave_index) + "\n";
+  }
+  for (uint16_t source : Ids([&](auto* o) { return EventSourceList(file, o); }).ids) {
+    out += "source " + std::to_string(source) + " " + detail::EventSourceOf(file, source) + "\n";
   }
   return out;
 }

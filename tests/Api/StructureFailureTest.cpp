@@ -1,5 +1,5 @@
-// The failures of the device, physical channel, group and channel functions
-// as a host meets them: each code with its exact text, the data file and
+// The failures of the device, physical channel, group, channel and event
+// functions as a host meets them: each code with its exact text, the data file and
 // everything the host can list left as they were, every output handle new
 // and empty, and the handle still usable.
 
@@ -226,6 +226,39 @@ INSTANTIATE_TEST_SUITE_P(
         StructureFailure{"DeleteUnknownChannel", kEdit,
                          [](auto file) { return DeleteChannel(file, 9); }, 21,
                          "Could not find an channel with the ID 9"},
+        // Event sources and events.
+        StructureFailure{"EventSourceOnUnknownPhysicalChannel", kRecord,
+                         [](auto file) {
+                           uint16_t id = 0;
+                           return CreateEventSource(file, 9, 1, HostBytes("x").String(), &id);
+                         },
+                         14, "Could not find a physical channel with the ID 9"},
+        StructureFailure{"UnknownEventSource", kRead,
+                         EmptyOutput<StringOut>([](auto file, auto out) {
+                           return GetEventSrcLabel(file, 9, out);
+                         }),
+                         23, "Could not find an event source with the ID 9"},
+        StructureFailure{"EventsOfUnknownSource", kRead,
+                         EmptyOutput<KrdU32ArrayHandle>([](auto file, auto out) {
+                           return EventList(file, 9, 0, 100, out);
+                         }),
+                         23, "Could not find an event source with the ID 9"},
+        StructureFailure{"EventOfUnknownSource", kRecord,
+                         [](auto file) {
+                           uint32_t id = 0;
+                           return CreateEvent(file, 9, 0, HostBytes("x").Array(), &id);
+                         },
+                         23, "Could not find an event source with the ID 9"},
+        StructureFailure{"UnknownEvent", kRead, EmptyOutput<BytesOut>([](auto file, auto out) {
+                           return GetEventData(file, 9, out);
+                         }),
+                         25, "Could not find an event with the ID 9"},
+        StructureFailure{"SetTimeOfUnknownEvent", kEdit,
+                         [](auto file) { return SetEventTime(file, 9, 5); }, 25,
+                         "Could not find an event with the ID 9"},
+        StructureFailure{"DeleteUnknownEvent", kRecord,
+                         [](auto file) { return DeleteEvent(file, 9); }, 25,
+                         "Could not find an event with the ID 9"},
         // The mode is checked before anything else.
         StructureFailure{"ReadModeBeforeExistence", kRead,
                          [](auto file) { return DeleteDevice(file, 9); }, 29,

@@ -1,7 +1,7 @@
 // Every function that changes the device tree, the physical channels, the
-// groups or the channels, in each mode a host opens a file in: refused in
-// read mode, index only in edit mode, and only a create in record mode
-// appends a packet.
+// groups, the channels or the events, in each mode a host opens a file in:
+// refused in read mode, index only in edit mode, and only a create in
+// record mode appends a packet.
 
 #include <gtest/gtest.h>
 
@@ -60,6 +60,20 @@ const Modification kModifications[] = {
      [](auto f) { return CreateChannel(f, 2, 1, 0, HostBytes("flow").String(), &new_id); }, true},
     {"DeleteChannel", [](auto f) { return DeleteChannel(f, 2); }, false},
     {"SetChLabel", [](auto f) { return SetChLabel(f, 1, HostBytes("p").String()); }, false},
+    {"CreateEventSource",
+     [](auto f) { return CreateEventSource(f, 2, 7, HostBytes("flow").String(), &new_id); }, true},
+    {"DeleteEventSource", [](auto f) { return DeleteEventSource(f, 1); }, false},
+    {"SetEventSrcLabel", [](auto f) { return SetEventSrcLabel(f, 1, HostBytes("L").String()); },
+     false},
+    {"CreateEvent",
+     [](auto f) {
+       uint32_t event = 0;
+       return CreateEvent(f, 1, 30, HostBytes("mid").Array(), &event);
+     },
+     true},
+    {"DeleteEvent", [](auto f) { return DeleteEvent(f, 2); }, false},
+    {"SetEventTime", [](auto f) { return SetEventTime(f, 1, 60); }, false},
+    {"SetEventData", [](auto f) { return SetEventData(f, 1, HostBytes("HI").Array()); }, false},
 };
 
 std::string ModeName(uint8_t mode) {

@@ -20,12 +20,13 @@ using StructureRulesTest = StructureFixture;
 const char* const kStandardStructure =
     "device 0 'rig' children [1] physical [] attributes { 1/0='serial-17' }\n"
     "device 1 'daq' children [] physical [1 2] attributes { }\n"
-    "physical 1 #0 'ai0' channels [1] attributes { 2/0='V' }\n"
-    "physical 2 #1 'ai1' channels [2] attributes { }\n"
+    "physical 1 #0 'ai0' channels [1] sources [1] attributes { 2/0='V' }\n"
+    "physical 2 #1 'ai1' channels [2] sources [] attributes { }\n"
     "group 1 divisor 10 count 2 type 3 channels [1 2]\n"
     "group 2 divisor 1 count 1 type 3 channels []\n"
     "channel 1 'pressure' at 0\n"
-    "channel 2 'temperature' at 1\n";
+    "channel 2 'temperature' at 1\n"
+    "source 1 'limit' type 5 latest 50 events [ 2@20='lo' 1@50='hi' ]\n";
 
 TEST_F(StructureRulesTest, ReadsBackAsRecordedAfterReopeningAndFromARebuiltIndex) {
   const KrdFileHandle recorder = OpenStandard(kRecord);
@@ -100,6 +101,37 @@ TEST_F(StructureRulesTest, AGroupTakesChannelsByPlaceOnlyAndGoesOnceItHasNone) {
   EXPECT_EQ(TakeIds(channels), (std::vector<uint16_t>{2}));
   EXPECT_EQ(ChannelList(file, &channels), 0);
   EXPECT_TRUE(TakeIds(channels).empty());
+}
+
+std::vector<uint32_t> Events(KrdFileHandle file, uint16_t source, int64_t start, int64_t end) {
+  KrdU32ArrayHandle events = nullptr;
+  EXPECT_EQ(EventList(file, source, start, end, &events), 0);
+  return TakeIds(events);
+}
+
+TEST_F(StructureRulesTest, EventsListByInclusiveTimeRangeAndGoWithTheirSource) {
+  const KrdFileHandle file = OpenStandard(kRecord);  // events 2 at 20, 1 at 50
+  uint32_t event = 0;
+  EXPECT_EQ(CreateEvent(file, 1, 20, HostBytes("again").Array(), &event), 0) << "same time";
+  EXPECT_EQ(CreateEvent(file, 1, -5, HostBytes("").Array(), &event), 0) << "before the others";
+  EXPECT_EQ(Events(file, 1, 20, 20), (std::vector<uint32_t>{2, 3}));
+  EXPECT_EQ(Events(file, 1, 20, 50), (std::vector<uint32_t>{2, 3, 1}));
+  EXPECT_EQ(Events(file, 1, -5, 49), (std::vector<uint32_t>{4, 2, 3}));
+  EXPECT_TRUE(Events(file, 1, 50, 20).empty()) << "an inverted range is empty, not a failure";
+
+  uint16_t quiet = 0;
+  int64_t latest = -1;
+  EXPECT_EQ(CreateEventSource(file, 2, 1, HostBytes("quiet").String(), &quiet), 0);
+  EXPECT_EQ(GetMaxEventSrcTime(file, quiet, &latest), 0);
+  EXPECT_EQ(latest, 0) << "no events";
+  KrdU16ArrayHandle sources = nullptr;
+  EXPECT_EQ(EventSrcInPhysicalChList(file, 9, &sources), 0) << "an unknown physical channel";
+  EXPECT_TRUE(TakeIds(sources).empty());
+
+  EXPECT_EQ(DeleteEventSource(file, 1), 0);
+  EXPECT_EQ(GetEventTime(file, 2, &latest), 25) << "its events went with it";
+  EXPECT_EQ(EventSourceList(file, &sources), 0);
+  EXPECT_EQ(TakeIds(sources), (std::vector<uint16_t>{quiet}));
 }
 
 // What the index keeps that no function shows: a group's row has no

@@ -129,6 +129,8 @@ TEST_F(KrfFileTest, AReindexerChangesOnlyTheIndexItRebuilds) {
   reindexer->Reindex();
   EXPECT_EQ(reindexer->CreateDevice(65535, "root"), 0);
   EXPECT_EQ(reindexer->CreateChannelGroup(10, 2, 3), 1);
+  EXPECT_EQ(Failure([&] { reindexer->RecordChannelGroupData(1, 0, {1, 2}); }),
+            Outcome(42, "This operation is not allowed in reindex mode."));
   reindexer->Close();
   EXPECT_EQ(FileBytes(krd_), recorded);
   auto reader = Opened<KrfReader>("rebuilt.krq");

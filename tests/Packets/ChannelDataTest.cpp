@@ -151,7 +151,7 @@ TEST_F(ChannelReadTest, RefusesAnEmptyIntervalAndAChannelOutsideItsGroup) {
   EXPECT_EQ(Failure([&] { groupless.GetChannelData(index_, file_, 100, 10, 64); }).first, 19);
 }
 
-TEST_F(ChannelReadTest, WindowsReachingPastTheTimeRangeStopAtItsEnds) {
+TEST_F(ChannelReadTest, WindowsReachingTowardsTheTimeLimitsReadEverythingOnTheirWay) {
   const int64_t max = std::numeric_limits<int64_t>::max();
   EXPECT_EQ(channel_->GetChannelData(index_, file_, 0, max, 64).samples, ExpectedSamples(0, max));
   EXPECT_EQ(channel_->GetChannelData(index_, file_, 220, -max, 64).samples,
