@@ -177,6 +177,37 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   void SetEventData(uint32_t event_id, const Bytes& data);
   Bytes GetEventData(uint32_t event_id);
 
+  // Post-process chains (KrfPostProcessOperations.cpp) -----------------------
+
+  // Adds a step at index of the channel's chain and returns its ID; refused
+  // when the chain has a step at that index. Every step of the chain at or
+  // above index moves up by one, whether or not one sits there.
+  uint32_t CreatePostProcess(uint16_t channel_id, uint8_t index, uint16_t type, bool is_default,
+                             bool is_disabled, const Bytes& data, const std::string& label,
+                             bool is_unit_change, const std::string& unit);
+  // As CreatePostProcess, without the refusal: the step goes before the one
+  // at index.
+  uint32_t InsertPostProcess(uint16_t channel_id, uint8_t index, uint16_t type, bool is_default,
+                             bool is_disabled, const Bytes& data, const std::string& label,
+                             bool is_unit_change, const std::string& unit);
+  // The other steps keep their indexes: chains are never closed up.
+  void DeletePostProcess(uint32_t post_process_id);
+  std::vector<uint32_t> PostProcessList(uint16_t channel_id);
+  // Moves the step to index, first moving the chain at and above index up
+  // by one; the same index changes nothing.
+  void SetPostProcessIndex(uint32_t post_process_id, uint8_t index);
+  uint8_t GetPostProcessIndex(uint32_t post_process_id);
+  void SetPostProcess(uint32_t post_process_id, uint16_t type, const Bytes& data);
+  Bytes GetPostProcess(uint32_t post_process_id, uint16_t& type);
+  void SetPostProcessDisable(uint32_t post_process_id, bool is_disabled);
+  bool GetPostProcessDisable(uint32_t post_process_id);
+  // Fixed when the step is created.
+  bool GetPostProcessDefault(uint32_t post_process_id);
+  void SetPostProcessUnit(uint32_t post_process_id, bool is_unit_change, const Bytes& unit);
+  Bytes GetPostProcessUnit(uint32_t post_process_id, bool& is_unit_change);
+  void SetPostProcessLabel(uint32_t post_process_id, const std::string& label);
+  std::string GetPostProcessLabel(uint32_t post_process_id);
+
   std::recursive_mutex& Mutex() { return mutex_; }
 
  protected:
@@ -186,6 +217,12 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   // Puts a packet that an operation has built and indexed into the data
   // file; only a recorder writes.
   virtual void CommitPacket(Packets::PacketBase& /*packet*/) {}
+
+  // Creates and inserts a post-process step: one routine, told by
+  // refuse_taken_index whether a step at the index refuses the call.
+  uint32_t AddPostProcess(bool refuse_taken_index, uint16_t channel_id, uint8_t index,
+                          uint16_t type, bool is_default, bool is_disabled, const Bytes& data,
+                          const std::string& label, bool is_unit_change, const std::string& unit);
 
   // Holds the file's mutex for the rest of an operation.
   [[nodiscard]] std::lock_guard<std::recursive_mutex> LockFile() {

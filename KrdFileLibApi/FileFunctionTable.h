@@ -99,7 +99,28 @@
   X(SetEventTime, (uint32_t, eventId)(int64_t, eventTime))                                        \
   X(GetEventTime, (uint32_t, eventId)(int64_t*, eventTime))                                       \
   X(SetEventData, (uint32_t, eventId)(KrdU8ArrayHandle, data))                                    \
-  X(GetEventData, (uint32_t, eventId)(KrdU8ArrayHandle*, data))
+  X(GetEventData, (uint32_t, eventId)(KrdU8ArrayHandle*, data))                                   \
+  /* Post-process chains */                                                                       \
+  X(CreatePostProcess, (uint16_t, channelId)(uint8_t, index)(uint16_t, type)(KrdBool, isDefault)  \
+                       (KrdBool, isDisabled)(KrdU8ArrayHandle, data)(KrdStringHandle, label)      \
+                       (KrdBool, isUnitChange)(KrdStringHandle, unit)(uint32_t*, postProcessId))  \
+  X(InsertPostProcess, (uint16_t, channelId)(uint8_t, index)(uint16_t, type)(KrdBool, isDefault)  \
+                       (KrdBool, isDisabled)(KrdU8ArrayHandle, data)(KrdStringHandle, label)      \
+                       (KrdBool, isUnitChange)(KrdStringHandle, unit)(uint32_t*, postProcessId))  \
+  X(DeletePostProcess, (uint32_t, postProcessId))                                                 \
+  X(PostProcessList, (uint16_t, channelId)(KrdU32ArrayHandle*, postProcessIds))                   \
+  X(SetPostProcessIndex, (uint32_t, postProcessId)(uint8_t, index))                               \
+  X(GetPostProcessIndex, (uint32_t, postProcessId)(uint8_t*, index))                              \
+  X(SetPostProcess, (uint32_t, postProcessId)(uint16_t, type)(KrdU8ArrayHandle, data))            \
+  X(GetPostProcess, (uint32_t, postProcessId)(uint16_t*, type)(KrdU8ArrayHandle*, data))          \
+  X(SetPostProcessDisable, (uint32_t, postProcessId)(KrdBool, isDisabled))                        \
+  X(GetPostProcessDisable, (uint32_t, postProcessId)(KrdBool*, isDisabled))                       \
+  X(GetPostProcessDefault, (uint32_t, postProcessId)(KrdBool*, isDefault))                        \
+  X(SetPostProcessUnit, (uint32_t, postProcessId)(KrdBool, isUnitChange)(KrdU8ArrayHandle, unit)) \
+  X(GetPostProcessUnit, (uint32_t, postProcessId)(KrdBool*, isUnitChange)                         \
+                        (KrdU8ArrayHandle*, unit))                                                \
+  X(SetPostProcessLabel, (uint32_t, postProcessId)(KrdStringHandle, label))                       \
+  X(GetPostProcessLabel, (uint32_t, postProcessId)(KrdStringHandle*, label))
 // clang-format on
 
 // KRD_PARAMETERS((t1, n1)(t2, n2)) is ", t1 n1, t2 n2"; KRD_ARGUMENT_NAMES

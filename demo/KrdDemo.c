@@ -1,9 +1,13 @@
-/* Demo, and an example of how a host calls the library: records a small
- * recording (header, start time, annotation, a device with an attribute, a
- * physical channel, a channel group and two channels, data blocks and
- * events) in a fresh folder, reads it back in read mode (walking a channel
- * forwards and backwards across the blocks and listing events), then rebuilds its index from the data file into a second
- * index file and reads the recording back through that one too.
+/* Demo, and an example of how a host calls the library. In a fresh folder it
+ *   - records a small recording: header, start time, annotation, a device
+ *     with an attribute, a physical channel, a channel group of two
+ *     channels with a post-process step, three data blocks and three events;
+ *   - reads it back in read mode and prints it, walking a channel forwards
+ *     and backwards across the blocks and listing events by time;
+ *   - edits it in edit mode (changes reach the index only) and prints it;
+ *   - rebuilds the index from the data file into a second index file and
+ *     prints the recording through that one: the recording as recorded,
+ *     without the edits.
  *
  *   KrdDemo [folder]     (default: a new folder under /tmp)
  *
@@ -19,60 +23,9 @@
 #include <string.h>
 #include <sys/stat.h>
 
+#include "DemoHost.h"
+#include "DemoPrint.h"
 #include "KrdFileLibApi.h"
-
-/* A host string or array is a block with a count and the elements; the
- * handle to pass is the address of a variable that points to the block. */
-static KrdString* NewText(const char* text) {
-  const size_t length = strlen(text);
-  KrdString* block = malloc(sizeof(KrdString) + length);
-  if (block == NULL) exit(1);
-  block->cnt = (int32_t)length;
-  memcpy(block->str, text, length);
-  return block;
-}
-
-static KrdU8Array* NewBytes(const uint8_t* bytes, size_t count) {
-  KrdU8Array* block = malloc(sizeof(KrdU8Array) + count);
-  if (block == NULL) exit(1);
-  block->dimSize = (int32_t)count;
-  memcpy(block->elt, bytes, count);
-  return block;
-}
-
-/* Prints a returned string (not zero-terminated) and hands it back. */
-static void PrintAndDispose(const char* name, KrdStringHandle text) {
-  printf("  %-12s %.*s\n", name, (int)(*text)->cnt, (const char*)(*text)->str);
-  DisposeHostHandle(text);
-}
-
-/* Ends the demo when a call failed, with the library's text for it. */
-static void Check(int32_t code, KrdFileHandle file, const char* call) {
-  if (code == 0) return;
-  KrdStringHandle message = NULL;
-  GetMostRecentErrorMessage(file, &message);
-  fprintf(stderr, "%s failed with code %d: %.*s\n", call, code, (int)(*message)->cnt,
-          (const char*)(*message)->str);
-  DisposeHostHandle(message);
-  exit(1);
-}
-
-static KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode) {
-  KrdString* krd_path = NewText(krd);
-  KrdString* krq_path = NewText(krq);
-  KrdFileHandle file = 0;
-  KrdStringHandle why = NULL;
-  const int32_t code = DebugOpen(&krd_path, &krq_path, mode, &file, &why);
-  if (code != 0) {
-    fprintf(stderr, "Opening %s failed with code %d: %.*s\n", krd, code, (int)(*why)->cnt,
-            (const char*)(*why)->str);
-    exit(1);
-  }
-  DisposeHostHandle(why);
-  free(krd_path);
-  free(krq_path);
-  return file;
-}
 
 /* The measurement set-up: a data logger (the root device) with a serial
  * number attribute, one physical input, and a group of two channels
@@ -96,6 +49,18 @@ static void DescribeSetUp(KrdFileHandle file) {
         "CreateChannel");
   Check(CreateChannel(file, group, physical_channel, 1, &scaled, &channel), file,
         "CreateChannel");
+  /* Readers of the x10 view divide by ten to get bar: a scaling step
+   * (type 1 here, the host's own numbering) with its factor as data. */
+  KrdString* step_label = NewText("to bar");
+  KrdString* bar = NewText("bar");
+  static const uint8_t factor[] = {10};
+  KrdU8Array* factor_value = NewBytes(factor, sizeof factor);
+  uint32_t step = 0;
+  Check(CreatePostProcess(file, channel, 0, 1, 1, 0, &factor_value, &step_label, 1, &bar, &step),
+        file, "CreatePostProcess");
+  free(step_label);
+  free(bar);
+  free(factor_value);
   free(logger);
   free(input);
   free(pressure);
@@ -153,137 +118,28 @@ static void Record(const char* krd, const char* krq) {
   printf("Recorded %s\n", krd);
 }
 
-/* Prints a returned byte array as text and hands it back. */
-static void PrintBytesAndDispose(const char* name, KrdU8ArrayHandle bytes) {
-  printf("%s%.*s\n", name, (int)(*bytes)->dimSize, (const char*)(*bytes)->elt);
-  DisposeHostHandle(bytes);
-}
-
-/* The device tree from the root, with attributes and physical channels. */
-static void PrintDevices(KrdFileHandle file) {
-  KrdStringHandle text = NULL;
-  KrdU16ArrayHandle ids = NULL;
-  KrdU16Array2DHandle attributes = NULL;
-  KrdU8ArrayHandle value = NULL;
-  Check(GetDeviceLabel(file, 0, &text), file, "GetDeviceLabel");
-  PrintAndDispose("device 0", text);
-  Check(DeviceAttributeList(file, 0, &attributes), file, "DeviceAttributeList");
-  for (int32_t row = 0; row < (*attributes)->dimSizes[0]; ++row) {
-    const uint16_t key = (*attributes)->elt[2 * row];
-    const uint16_t index = (*attributes)->elt[2 * row + 1];
-    Check(GetDeviceAttribute(file, 0, key, index, &value), file, "GetDeviceAttribute");
-    printf("    attribute %u/%u = ", (unsigned)key, (unsigned)index);
-    PrintBytesAndDispose("", value);
-  }
-  DisposeHostHandle(attributes);
-  Check(PhysicalChannelList(file, 0, &ids), file, "PhysicalChannelList");
-  for (int32_t i = 0; i < (*ids)->dimSize; ++i) {
-    uint16_t number = 0;
-    Check(GetPhysicalChannelNbr(file, (*ids)->elt[i], &number), file, "GetPhysicalChannelNbr");
-    Check(GetPhysicalChannelLabel(file, (*ids)->elt[i], &text), file, "GetPhysicalChannelLabel");
-    printf("    physical channel %u, input %u: %.*s\n", (unsigned)(*ids)->elt[i],
-           (unsigned)number, (int)(*text)->cnt, (const char*)(*text)->str);
-    DisposeHostHandle(text);
-  }
-  DisposeHostHandle(ids);
-}
-
-/* Every channel group with its channels. */
-static void PrintChannels(KrdFileHandle file) {
-  KrdU16ArrayHandle groups = NULL;
-  KrdU16ArrayHandle channels = NULL;
-  KrdStringHandle text = NULL;
-  Check(ChannelGroupList(file, &groups), file, "ChannelGroupList");
-  for (int32_t g = 0; g < (*groups)->dimSize; ++g) {
-    const uint16_t group = (*groups)->elt[g];
-    uint32_t divisor = 0;
-    uint8_t count = 0;
-    uint16_t type = 0;
-    Check(GetChGroupTimeBaseDivisor(file, group, &divisor), file, "GetChGroupTimeBaseDivisor");
-    Check(GetChGroupChCount(file, group, &count), file, "GetChGroupChCount");
-    Check(GetChGroupDataType(file, group, &type), file, "GetChGroupDataType");
-    printf("  group %u      %u channels of data type %u, a frame every %u ticks\n",
-           (unsigned)group, (unsigned)count, (unsigned)type, (unsigned)divisor);
-    Check(ChInGroupList(file, group, &channels), file, "ChInGroupList");
-    for (int32_t c = 0; c < (*channels)->dimSize; ++c) {
-      uint8_t place = 0;
-      Check(GetChInterleaveIndex(file, (*channels)->elt[c], &place), file, "GetChInterleaveIndex");
-      Check(GetChLabel(file, (*channels)->elt[c], &text), file, "GetChLabel");
-      printf("    channel %u at %u: %.*s\n", (unsigned)(*channels)->elt[c], (unsigned)place,
-             (int)(*text)->cnt, (const char*)(*text)->str);
-      DisposeHostHandle(text);
-    }
-    DisposeHostHandle(channels);
-  }
-  DisposeHostHandle(groups);
-}
-
-/* Reads channel 1 in steps of length ticks from start, each step where the
- * last one said the data continues, until there is no more data that way. */
-static void PrintChannelWalk(KrdFileHandle file, int64_t start, int64_t length) {
-  printf("  channel 1 from %lld in steps of %lld ticks:\n", (long long)start, (long long)length);
-  for (int64_t time = start; time != -1;) {
-    KrdU8ArrayHandle bytes = NULL;
-    int64_t next = -1;
-    Check(GetChannelData(file, 1, time, length, &next, &bytes), file, "GetChannelData");
-    printf("    at %4lld:", (long long)time);
-    for (int32_t i = 0; i + 1 < (*bytes)->dimSize; i += 2) {
-      int16_t sample;
-      memcpy(&sample, (*bytes)->elt + i, sizeof sample);
-      printf(" %d", sample);
-    }
-    printf("%s; continues at %lld\n", (*bytes)->dimSize == 0 ? " (none)" : "", (long long)next);
-    DisposeHostHandle(bytes);
-    time = next;
-  }
-}
-
-/* The events of source 1 between two times, both included. */
-static void PrintEvents(KrdFileHandle file, int64_t from, int64_t to) {
-  KrdU32ArrayHandle events = NULL;
-  Check(EventList(file, 1, from, to, &events), file, "EventList");
-  printf("  events from %lld to %lld:", (long long)from, (long long)to);
-  for (int32_t i = 0; i < (*events)->dimSize; ++i) {
-    int64_t time = 0;
-    KrdU8ArrayHandle data = NULL;
-    Check(GetEventTime(file, (*events)->elt[i], &time), file, "GetEventTime");
-    Check(GetEventData(file, (*events)->elt[i], &data), file, "GetEventData");
-    printf(" #%u at %lld level %u;", (unsigned)(*events)->elt[i], (long long)time,
-           (unsigned)(*data)->elt[0]);
-    DisposeHostHandle(data);
-  }
-  printf("\n");
-  DisposeHostHandle(events);
-}
-
-static void PrintRecording(const char* krd, const char* krq) {
-  const KrdFileHandle file = OpenPair(krd, krq, 0);
-  uint32_t time_base = 0;
-  uint16_t start_type = 0;
-  KrdStringHandle text = NULL;
-  KrdU8ArrayHandle start = NULL;
-  printf("Read through %s:\n", krq);
-  Check(GetFileLabel(file, &text), file, "GetFileLabel");
-  PrintAndDispose("label", text);
-  Check(GetTimeBase(file, &time_base), file, "GetTimeBase");
-  printf("  %-12s %u ticks/s\n", "time base", (unsigned)time_base);
-  Check(GetStartDataType(file, &start_type), file, "GetStartDataType");
-  Check(GetRTStart(file, &start), file, "GetRTStart");
-  printf("  %-12s type %u, bytes", "start", (unsigned)start_type);
-  for (int32_t i = 0; i < (*start)->dimSize; ++i) printf(" %02x", (*start)->elt[i]);
-  printf("\n");
-  DisposeHostHandle(start);
-  Check(GetAnnotation(file, &text), file, "GetAnnotation");
-  PrintAndDispose("annotation", text);
-  PrintDevices(file);
-  PrintChannels(file);
-  int64_t latest = 0;
-  Check(GetMaxChGroupTime(file, 1, &latest), file, "GetMaxChGroupTime");
-  printf("  group 1 data ends at %lld\n", (long long)latest);
-  PrintChannelWalk(file, 0, 35);
-  PrintChannelWalk(file, latest, -35);
-  PrintEvents(file, 30, 100);
+/* Edit mode: a new label for the x10 view, an offset step inserted before
+ * its scaling step, and one more event. Only the index changes. */
+static void Edit(const char* krd, const char* krq) {
+  const KrdFileHandle file = OpenPair(krd, krq, 2);
+  KrdString* label = NewText("pressure x10 (zeroed)");
+  KrdString* step_label = NewText("zero offset");
+  static const uint8_t offset[] = {0xFE};
+  KrdU8Array* offset_value = NewBytes(offset, sizeof offset);
+  static const uint8_t level[] = {9};
+  KrdU8Array* event_data = NewBytes(level, sizeof level);
+  uint32_t step = 0, event = 0;
+  Check(SetChLabel(file, 2, &label), file, "SetChLabel");
+  Check(InsertPostProcess(file, 2, 0, 2, 0, 0, &offset_value, &step_label, 0, NULL, &step), file,
+        "InsertPostProcess");
+  Check(CreateEvent(file, 1, 90, &event_data, &event), file, "CreateEvent");
   Check(Close(file), file, "Close");
+  free(label);
+  free(step_label);
+  free(offset_value);
+  free(event_data);
+  printf("Edited %s: relabelled channel 2, inserted a step before its first, added an event\n",
+         krq);
 }
 
 int main(int argc, char** argv) {
@@ -316,6 +172,8 @@ int main(int argc, char** argv) {
   free(table);
 
   Record(krd, krq);
+  PrintRecording(krd, krq);
+  Edit(krd, krq);
   PrintRecording(krd, krq);
 
   KrdString* krd_path = NewText(krd);

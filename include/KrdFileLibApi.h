@@ -391,6 +391,59 @@ int32_t SetEventData(KrdFileHandle file, uint32_t eventId, KrdU8ArrayHandle data
 /* An event's data. */
 int32_t GetEventData(KrdFileHandle file, uint32_t eventId, KrdU8ArrayHandle* data);
 
+/* ---- Post-process chains -----------------------------------------------
+ * Each channel may carry a chain of post-process steps for readers to apply
+ * to its samples, ordered by their index. The library stores and orders
+ * them; a step's type, data and unit are the host's. Indexes are never
+ * closed up after a delete, and an index moved past 255 reads back as 0.
+ * Modes as for devices.
+ * Codes: 21 unknown channel, 27 unknown step, 48 index taken on create. */
+
+/* Adds a step at index of the channel's chain; fails (48) when the chain
+ * has a step there. Every step of the chain at or above index moves up by
+ * one. The default flag is fixed here; unit is the unit after the step. */
+int32_t CreatePostProcess(KrdFileHandle file, uint16_t channelId, uint8_t index, uint16_t type,
+                          KrdBool isDefault, KrdBool isDisabled, KrdU8ArrayHandle data,
+                          KrdStringHandle label, KrdBool isUnitChange, KrdStringHandle unit,
+                          uint32_t* postProcessId);
+/* As CreatePostProcess, but a step at index moves up with the rest: the new
+ * step goes before it. */
+int32_t InsertPostProcess(KrdFileHandle file, uint16_t channelId, uint8_t index, uint16_t type,
+                          KrdBool isDefault, KrdBool isDisabled, KrdU8ArrayHandle data,
+                          KrdStringHandle label, KrdBool isUnitChange, KrdStringHandle unit,
+                          uint32_t* postProcessId);
+/* Deletes a step; the others keep their indexes. */
+int32_t DeletePostProcess(KrdFileHandle file, uint32_t postProcessId);
+/* The IDs of the channel's steps. */
+int32_t PostProcessList(KrdFileHandle file, uint16_t channelId, KrdU32ArrayHandle* postProcessIds);
+/* Moves a step to index: the steps at and above index move up by one
+ * first. The same index changes nothing. */
+int32_t SetPostProcessIndex(KrdFileHandle file, uint32_t postProcessId, uint8_t index);
+/* A step's index in its chain. */
+int32_t GetPostProcessIndex(KrdFileHandle file, uint32_t postProcessId, uint8_t* index);
+/* Replaces a step's type and data. */
+int32_t SetPostProcess(KrdFileHandle file, uint32_t postProcessId, uint16_t type,
+                       KrdU8ArrayHandle data);
+/* A step's type and data. */
+int32_t GetPostProcess(KrdFileHandle file, uint32_t postProcessId, uint16_t* type,
+                       KrdU8ArrayHandle* data);
+/* Disables or enables a step. */
+int32_t SetPostProcessDisable(KrdFileHandle file, uint32_t postProcessId, KrdBool isDisabled);
+/* Whether a step is disabled. */
+int32_t GetPostProcessDisable(KrdFileHandle file, uint32_t postProcessId, KrdBool* isDisabled);
+/* Whether a step is a default step (set at its creation). */
+int32_t GetPostProcessDefault(KrdFileHandle file, uint32_t postProcessId, KrdBool* isDefault);
+/* Replaces whether a step changes the unit, and the unit after it. */
+int32_t SetPostProcessUnit(KrdFileHandle file, uint32_t postProcessId, KrdBool isUnitChange,
+                           KrdU8ArrayHandle unit);
+/* Whether a step changes the unit, and the unit after it. */
+int32_t GetPostProcessUnit(KrdFileHandle file, uint32_t postProcessId, KrdBool* isUnitChange,
+                           KrdU8ArrayHandle* unit);
+/* Changes a step's label. */
+int32_t SetPostProcessLabel(KrdFileHandle file, uint32_t postProcessId, KrdStringHandle label);
+/* A step's label. */
+int32_t GetPostProcessLabel(KrdFileHandle file, uint32_t postProcessId, KrdStringHandle* label);
+
 #ifdef __cplusplus
 }
 #endif

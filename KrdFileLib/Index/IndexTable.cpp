@@ -203,24 +203,9 @@ std::shared_ptr<SqlQuery> IndexTable::SelectColumn(IndexConnection& connection,
   return connection.ExecuteQuery(SqlCommand(ColumnSelectText(expression)));
 }
 
-std::vector<uint16_t> IndexTable::SelectIds(IndexConnection& connection,
-                                            const TableColumnBase& select_column,
-                                            const TableColumnBase& filter_column,
-                                            int32_t value) const {
-  SqlCommand command(IdSelectText(select_column.Name(), filter_column.Name()));
-  command.AddIntParameter(filter_column.Name(), value);
-  return ReadIds(*connection.ExecuteQuery(command));
-}
-
 std::vector<uint16_t> IndexTable::SelectAllIds(IndexConnection& connection,
                                                const TableColumnBase& column) const {
-  return ReadIds(*SelectColumn(connection, column.Name()));
-}
-
-std::vector<uint16_t> IndexTable::ReadIds(SqlQuery& query) {
-  std::vector<uint16_t> ids;
-  for (; query.HasRow(); query.NextRow()) ids.push_back(static_cast<uint16_t>(query.GetInt(0)));
-  return ids;
+  return ReadIds<uint16_t>(*SelectColumn(connection, column.Name()));
 }
 
 }  // namespace Varnholt::KrdFiles::Index

@@ -61,10 +61,15 @@ class IndexTable : public CommonLib::NonCopyableClassBase {
   bool IsEmpty(IndexConnection& connection) const;
   std::shared_ptr<SqlQuery> SelectColumn(IndexConnection& connection,
                                          const std::string& expression) const;
-  // The 16-bit identifiers in select_column of the rows whose filter_column
-  // holds value, in the order SQLite returns them.
-  std::vector<uint16_t> SelectIds(IndexConnection& connection, const TableColumnBase& select_column,
-                                  const TableColumnBase& filter_column, int32_t value) const;
+  // The identifiers in select_column of the rows whose filter_column holds
+  // value, in the order SQLite returns them; 16-bit unless Id says otherwise.
+  template <typename Id = uint16_t>
+  std::vector<Id> SelectIds(IndexConnection& connection, const TableColumnBase& select_column,
+                            const TableColumnBase& filter_column, int32_t value) const {
+    SqlCommand command(IdSelectText(select_column.Name(), filter_column.Name()));
+    command.AddIntParameter(filter_column.Name(), value);
+    return ReadIds<Id>(*connection.ExecuteQuery(command));
+  }
   // The 16-bit identifiers in column of every row, in the order SQLite
   // returns them.
   std::vector<uint16_t> SelectAllIds(IndexConnection& connection,
@@ -88,8 +93,13 @@ class IndexTable : public CommonLib::NonCopyableClassBase {
   ColumnFilter InsertedColumns(bool skip_row_id) const;
   ColumnFilter NonKeyColumns() const;
   static void AddParameters(SqlCommand& command, const ColumnFilter& columns);
-  // Column 0 of every row of the query, cut to 16 bits.
-  static std::vector<uint16_t> ReadIds(SqlQuery& query);
+  // Column 0 of every row of the query, cut to the width of Id.
+  template <typename Id>
+  static std::vector<Id> ReadIds(SqlQuery& query) {
+    std::vector<Id> ids;
+    for (; query.HasRow(); query.NextRow()) ids.push_back(static_cast<Id>(query.GetInt(0)));
+    return ids;
+  }
 
   std::string table_name_;
   std::vector<TableColumnBase*> columns_;

@@ -208,6 +208,39 @@ static void RecordDataAndEvents(KrdFileHandle file) {
   free(label);
 }
 
+/* A chain of two steps on channel 1: the second inserted before the first. */
+static void ChainSteps(KrdFileHandle file) {
+  KrdU8Array* data = (KrdU8Array*)NewString("k=2");
+  KrdString* label = NewString("gain");
+  KrdString* unit = NewString("bar");
+  KrdU8ArrayHandle bytes = NULL;
+  KrdU32ArrayHandle steps = NULL;
+  KrdStringHandle text = NULL;
+  uint32_t first = 0, second = 0;
+  uint16_t type = 0;
+  uint8_t index = 9;
+  KrdBool flag = 9;
+  CHECK(CreatePostProcess(file, 1, 0, 4, 1, 0, &data, &label, 1, &unit, &first) == 0);
+  CHECK(InsertPostProcess(file, 1, 0, 5, 0, 0, &data, &label, 0, &unit, &second) == 0);
+  CHECK(GetPostProcessIndex(file, first, &index) == 0 && index == 1);
+  CHECK(SetPostProcessIndex(file, second, 3) == 0);
+  CHECK(PostProcessList(file, 1, &steps) == 0 && steps != NULL && (*steps)->dimSize == 2);
+  DisposeHostHandle(steps);
+  CHECK(SetPostProcess(file, first, 6, &data) == 0);
+  CHECK(GetPostProcess(file, first, &type, &bytes) == 0 && type == 6 && Take(bytes, "k=2"));
+  CHECK(SetPostProcessDisable(file, first, 1) == 0);
+  CHECK(GetPostProcessDisable(file, first, &flag) == 0 && flag == 1);
+  CHECK(GetPostProcessDefault(file, first, &flag) == 0 && flag == 1);
+  CHECK(SetPostProcessUnit(file, first, 0, &data) == 0);
+  CHECK(GetPostProcessUnit(file, first, &flag, &bytes) == 0 && flag == 0 && Take(bytes, "k=2"));
+  CHECK(SetPostProcessLabel(file, first, &label) == 0);
+  CHECK(GetPostProcessLabel(file, first, &text) == 0 && Take(text, "gain"));
+  CHECK(DeletePostProcess(file, second) == 0);
+  free(data);
+  free(label);
+  free(unit);
+}
+
 /* Everything deleted again, innermost first. */
 static void DeleteAll(KrdFileHandle file) {
   KrdU16ArrayHandle ids = NULL;
@@ -253,6 +286,7 @@ int main(void) {
   DescribeDevices(file);
   DescribeChannels(file);
   RecordDataAndEvents(file);
+  ChainSteps(file);
   CHECK(Close(file) == 0);
   CHECK(Open(&krd_path, &krq_path, 2, &file) == 0);
   DeleteAll(file);

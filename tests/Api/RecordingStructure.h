@@ -54,6 +54,8 @@ inline AttributeRows TakeAttributeIds(KrdU16Array2DHandle handle) {
 //   group 2: divisor 1, 1 channel of data type 3, no channels
 //   event source 1 "limit" on physical channel 1, data type 5: event 1 at
 //   50 = "hi", event 2 at 20 = "lo"
+//   post-process step 1 of channel 1 at index 0: type 7, default, enabled,
+//   data "x2", label "scale", changes the unit to "bar"
 inline void DescribeStandardSetUp(KrdFileHandle file) {
   uint16_t id = 0;
   ASSERT_EQ(CreateHeader(file, 1000, 0, HostBytes("bench").String()), 0);
@@ -82,6 +84,11 @@ inline void DescribeStandardSetUp(KrdFileHandle file) {
   ASSERT_EQ(event, 1u);
   ASSERT_EQ(CreateEvent(file, 1, 20, HostBytes("lo").Array(), &event), 0);
   ASSERT_EQ(event, 2u);
+  uint32_t step = 0;
+  ASSERT_EQ(CreatePostProcess(file, 1, 0, 7, 1, 0, HostBytes("x2").Array(),
+                              HostBytes("scale").String(), 1, HostBytes("bar").String(), &step),
+            0);
+  ASSERT_EQ(step, 1u);
 }
 
 namespace detail {
@@ -135,6 +142,33 @@ IdList Ids(List list_call) {
   return list;
 }
 
+// A channel's post-process steps as "id@index type T flags D/E/U unit
+// 'u' label 'l' data 'd'", D default, E disabled, U unit change.
+inline std::string PostProcessChainOf(KrdFileHandle file, uint16_t channel) {
+  KrdU32ArrayHandle list = nullptr;
+  if (PostProcessList(file, channel, &list) != 0) return (TakeIds(list), "<failed>");
+  std::string chain;
+  for (uint32_t step : TakeIds(list)) {
+    uint8_t index = 0;
+    uint16_t type = 0;
+    KrdBool is_default = 9, is_disabled = 9, is_unit_change = 9;
+    EXPECT_EQ(GetPostProcessIndex(file, step, &index), 0);
+    EXPECT_EQ(GetPostProcessDefault(file, step, &is_default), 0);
+    EXPECT_EQ(GetPostProcessDisable(file, step, &is_disabled), 0);
+    chain += " " + std::to_string(step) + "@" + std::to_string(index);
+    const std::string data =
+        Text<KrdU8ArrayHandle>([&](auto* o) { return GetPostProcess(file, step, &type, o); });
+    const std::string unit = Text<KrdU8ArrayHandle>(
+        [&](auto* o) { return GetPostProcessUnit(file, step, &is_unit_change, o); });
+    chain += " type " + std::to_string(type) + " flags " + std::to_string(is_default) + "/" +
+             std::to_string(is_disabled) + "/" + std::to_string(is_unit_change) + " unit " + unit +
+             " label " +
+             Text<KrdStringHandle>([&](auto* o) { return GetPostProcessLabel(file, step, o); }) +
+             " data " + data;
+  }
+  return "[" + chain + " ]";
+}
+
 // An event source's label, data type and latest time, and its events as
 // "id@time='data'" in time order.
 inline std::string EventSourceOf(KrdFileHandle file, uint16_t source) {
@@ -160,8 +194,8 @@ inline std::string EventSourceOf(KrdFileHandle file, uint16_t source) {
 
 // Everything the host can list and get about the set-up, one line per
 // entity: the device tree from the root, the physical channels of its
-// devices, every group, every channel, and every event source with its
-// events.
+// devices, every group, every channel with its post-process chain, and
+// every event source with its events.
 inline std::string StructureOf(KrdFileHandle file) {
   using detail::Ids;
   using detail::Text;
@@ -215,7 +249,8 @@ inline std::string StructureOf(KrdFileHandle file) {
     EXPECT_EQ(GetChInterleaveIndex(file, channel, &interleave_index), 0);
     out += "channel " + std::to_string(channel) + " " +
            Text<KrdStringHandle>([&](auto* o) { return GetChLabel(file, channel, o); }) + " at " +
-           std::to_string(interleave_index) + "\n";
+           std::to_string(interleave_index) + " steps " +
+           detail::PostProcessChainOf(file, channel) + "\n";
   }
   for (uint16_t source : Ids([&](auto* o) { return EventSourceList(file, o); }).ids) {
     out += "source " + std::to_string(source) + " " + detail::EventSourceOf(file, source) + "\n";

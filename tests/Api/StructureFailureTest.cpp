@@ -64,6 +64,14 @@ int32_t CreateChannelCall(KrdFileHandle file, uint16_t group, uint16_t physical,
   return CreateChannel(file, group, physical, index, HostBytes("x").String(), &id);
 }
 
+// Adds a step through CreatePostProcess or InsertPostProcess.
+template <typename Add>
+int32_t AddStepCall(KrdFileHandle file, Add add, uint16_t channel, uint8_t index) {
+  uint32_t step = 0;
+  return add(file, channel, index, 1, 0, 0, HostBytes("").Array(), HostBytes("x").String(), 0,
+             HostBytes("").String(), &step);
+}
+
 const uint8_t kRecord = HostFixture::kRecord;
 const uint8_t kRead = HostFixture::kRead;
 const uint8_t kEdit = HostFixture::kEdit;
@@ -259,6 +267,37 @@ INSTANTIATE_TEST_SUITE_P(
         StructureFailure{"DeleteUnknownEvent", kRecord,
                          [](auto file) { return DeleteEvent(file, 9); }, 25,
                          "Could not find an event with the ID 9"},
+        // Post-process chains.
+        StructureFailure{"StepOnUnknownChannel", kRecord,
+                         [](auto file) { return AddStepCall(file, CreatePostProcess, 9, 0); }, 21,
+                         "Could not find an channel with the ID 9"},
+        StructureFailure{"StepInsertedOnUnknownChannel", kEdit,
+                         [](auto file) { return AddStepCall(file, InsertPostProcess, 9, 0); }, 21,
+                         "Could not find an channel with the ID 9"},
+        StructureFailure{"StepsOfUnknownChannel", kRead,
+                         EmptyOutput<KrdU32ArrayHandle>([](auto file, auto out) {
+                           return PostProcessList(file, 9, out);
+                         }),
+                         21, "Could not find an channel with the ID 9"},
+        StructureFailure{"StepIndexTaken", kRecord,
+                         [](auto file) { return AddStepCall(file, CreatePostProcess, 1, 0); }, 48,
+                         "Channel 1 already has a post-process defined for index 0"},
+        StructureFailure{"UnknownStep", kRead, EmptyOutput<StringOut>([](auto file, auto out) {
+                           return GetPostProcessLabel(file, 9, out);
+                         }),
+                         27, "Could not find an post-process with the ID 9"},
+        StructureFailure{"UnitOfUnknownStep", kRead,
+                         EmptyOutput<BytesOut>([](auto file, auto out) {
+                           KrdBool is_unit_change = 0;
+                           return GetPostProcessUnit(file, 9, &is_unit_change, out);
+                         }),
+                         27, "Could not find an post-process with the ID 9"},
+        StructureFailure{"MoveUnknownStep", kEdit,
+                         [](auto file) { return SetPostProcessIndex(file, 9, 1); }, 27,
+                         "Could not find an post-process with the ID 9"},
+        StructureFailure{"DeleteUnknownStep", kRecord,
+                         [](auto file) { return DeletePostProcess(file, 9); }, 27,
+                         "Could not find an post-process with the ID 9"},
         // The mode is checked before anything else.
         StructureFailure{"ReadModeBeforeExistence", kRead,
                          [](auto file) { return DeleteDevice(file, 9); }, 29,
@@ -302,6 +341,11 @@ TEST_F(StructureFixture, LabelsLongerThanAPacketHoldsAreRefused) {
         return CreateChannel(file, 2, 1, 0, label, &id);
       },
       [&](auto label) { return SetChLabel(file, 1, label); },
+      [&](auto label) {
+        uint32_t id = 0;
+        return CreatePostProcess(file, 2, 0, 1, 0, 0, nullptr, label, 0, nullptr, &id);
+      },
+      [&](auto label) { return SetPostProcessLabel(file, 1, label); },
   };
   const std::string structure = StructureOf(file);
   for (std::size_t call = 0; call < label_calls.size(); ++call) {
@@ -316,6 +360,15 @@ TEST_F(StructureFixture, LabelsLongerThanAPacketHoldsAreRefused) {
   for (std::size_t call = 1; call < label_calls.size(); ++call) {
     EXPECT_EQ(label_calls[call](HostBytes(longest).String()), 0) << call;
   }
+  const std::string long_unit(256, 'u');
+  uint32_t id = 0;
+  EXPECT_EQ(InsertPostProcess(file, 2, 0, 1, 0, 0, nullptr, nullptr, 1,
+                              HostBytes(long_unit).String(), &id),
+            36);
+  EXPECT_EQ(LastMessage(file), "The unit is 256 bytes long; a packet holds at most 255 bytes.");
+  EXPECT_EQ(SetPostProcessUnit(file, 1, 1, HostBytes(long_unit).Array()), 36);
+  EXPECT_EQ(LastMessage(file), "The unit is 256 bytes long; a packet holds at most 255 bytes.");
+
   KrdStringHandle label = nullptr;
   EXPECT_EQ(GetChLabel(file, 3, &label), 0);
   EXPECT_EQ(TakeBytes(label), longest);

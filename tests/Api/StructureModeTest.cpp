@@ -1,5 +1,6 @@
 // Every function that changes the device tree, the physical channels, the
-// groups, the channels or the events, in each mode a host opens a file in:
+// groups, the channels, the events or the post-process chains, in each mode
+// a host opens a file in:
 // refused in read mode, index only in edit mode, and only a create in
 // record mode appends a packet.
 
@@ -26,6 +27,15 @@ struct Modification {
 void PrintTo(const Modification& row, std::ostream* out) { *out << row.name; }
 
 uint16_t new_id = 0;
+
+// Adds a step to channel 2 at index through CreatePostProcess or
+// InsertPostProcess.
+template <typename Add>
+int32_t AddStep(KrdFileHandle file, Add add, uint8_t index) {
+  uint32_t step = 0;
+  return add(file, 2, index, 1, 0, 0, HostBytes("").Array(), HostBytes("offset").String(), 0,
+             HostBytes("").String(), &step);
+}
 
 const Modification kModifications[] = {
     {"CreateDevice", [](auto f) { return CreateDevice(f, 1, HostBytes("dmm").String(), &new_id); },
@@ -74,6 +84,17 @@ const Modification kModifications[] = {
     {"DeleteEvent", [](auto f) { return DeleteEvent(f, 2); }, false},
     {"SetEventTime", [](auto f) { return SetEventTime(f, 1, 60); }, false},
     {"SetEventData", [](auto f) { return SetEventData(f, 1, HostBytes("HI").Array()); }, false},
+    {"CreatePostProcess", [](auto f) { return AddStep(f, CreatePostProcess, 1); }, true},
+    {"InsertPostProcess", [](auto f) { return AddStep(f, InsertPostProcess, 0); }, true},
+    {"DeletePostProcess", [](auto f) { return DeletePostProcess(f, 1); }, false},
+    {"SetPostProcessIndex", [](auto f) { return SetPostProcessIndex(f, 1, 4); }, false},
+    {"SetPostProcess", [](auto f) { return SetPostProcess(f, 1, 8, HostBytes("x3").Array()); },
+     false},
+    {"SetPostProcessDisable", [](auto f) { return SetPostProcessDisable(f, 1, 1); }, false},
+    {"SetPostProcessUnit",
+     [](auto f) { return SetPostProcessUnit(f, 1, 0, HostBytes("").Array()); }, false},
+    {"SetPostProcessLabel",
+     [](auto f) { return SetPostProcessLabel(f, 1, HostBytes("gain").String()); }, false},
 };
 
 std::string ModeName(uint8_t mode) {

@@ -24,8 +24,9 @@ const char* const kStandardStructure =
     "physical 2 #1 'ai1' channels [2] sources [] attributes { }\n"
     "group 1 divisor 10 count 2 type 3 channels [1 2]\n"
     "group 2 divisor 1 count 1 type 3 channels []\n"
-    "channel 1 'pressure' at 0\n"
-    "channel 2 'temperature' at 1\n"
+    "channel 1 'pressure' at 0 steps "
+    "[ 1@0 type 7 flags 1/0/1 unit 'bar' label 'scale' data 'x2' ]\n"
+    "channel 2 'temperature' at 1 steps [ ]\n"
     "source 1 'limit' type 5 latest 50 events [ 2@20='lo' 1@50='hi' ]\n";
 
 TEST_F(StructureRulesTest, ReadsBackAsRecordedAfterReopeningAndFromARebuiltIndex) {
