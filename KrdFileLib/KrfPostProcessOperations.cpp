@@ -13,6 +13,20 @@ namespace Varnholt::KrdFiles {
 
 using Packets::PostProcessPacket;
 
+namespace {
+
+// The common path of the setters: finds the step (code 27), lets change
+// alter its fields and writes them over its row (code 42 unless recorded).
+template <typename Change>
+void ChangeStep(Index::IndexConnection& index, uint32_t post_process_id, Change change) {
+  const auto step = PostProcessPacket::Find(index, post_process_id);
+  change(step->MutableFields());
+  step->RequireRecorded(index);
+  step->UpdateInIndex(index);
+}
+
+}  // namespace
+
 uint32_t KrfFileBase::AddPostProcess(bool refuse_taken_index, uint16_t channel_id, uint8_t index,
                                      uint16_t type, bool is_default, bool is_disabled,
                                      const Bytes& data, const std::string& label,
@@ -81,11 +95,10 @@ uint8_t KrfFileBase::GetPostProcessIndex(uint32_t post_process_id) {
 void KrfFileBase::SetPostProcess(uint32_t post_process_id, uint16_t type, const Bytes& data) {
   auto lock = LockFile();
   CheckModifyAllowed();
-  const auto step = PostProcessPacket::Find(index_, post_process_id);
-  step->MutableFields().post_process_type = type;
-  step->MutableFields().data = data;
-  step->RequireRecorded(index_);
-  step->UpdateInIndex(index_);
+  ChangeStep(index_, post_process_id, [&](PostProcessPacket::Step& step) {
+    step.post_process_type = type;
+    step.data = data;
+  });
 }
 
 KrfFileBase::Bytes KrfFileBase::GetPostProcess(uint32_t post_process_id, uint16_t& type) {
@@ -98,10 +111,8 @@ KrfFileBase::Bytes KrfFileBase::GetPostProcess(uint32_t post_process_id, uint16_
 void KrfFileBase::SetPostProcessDisable(uint32_t post_process_id, bool is_disabled) {
   auto lock = LockFile();
   CheckModifyAllowed();
-  const auto step = PostProcessPacket::Find(index_, post_process_id);
-  step->MutableFields().is_disabled = is_disabled;
-  step->RequireRecorded(index_);
-  step->UpdateInIndex(index_);
+  ChangeStep(index_, post_process_id,
+             [&](PostProcessPacket::Step& step) { step.is_disabled = is_disabled; });
 }
 
 bool KrfFileBase::GetPostProcessDisable(uint32_t post_process_id) {
@@ -118,12 +129,11 @@ void KrfFileBase::SetPostProcessUnit(uint32_t post_process_id, bool is_unit_chan
                                      const Bytes& unit) {
   auto lock = LockFile();
   CheckModifyAllowed();
-  const auto step = PostProcessPacket::Find(index_, post_process_id);
-  Packets::RequireString8Fits("unit", unit.size());
-  step->MutableFields().is_unit_change = is_unit_change;
-  step->MutableFields().unit = unit;
-  step->RequireRecorded(index_);
-  step->UpdateInIndex(index_);
+  ChangeStep(index_, post_process_id, [&](PostProcessPacket::Step& step) {
+    Packets::RequireString8Fits("unit", unit.size());
+    step.is_unit_change = is_unit_change;
+    step.unit = unit;
+  });
 }
 
 KrfFileBase::Bytes KrfFileBase::GetPostProcessUnit(uint32_t post_process_id,
@@ -137,10 +147,9 @@ KrfFileBase::Bytes KrfFileBase::GetPostProcessUnit(uint32_t post_process_id,
 void KrfFileBase::SetPostProcessLabel(uint32_t post_process_id, const std::string& label) {
   auto lock = LockFile();
   CheckModifyAllowed();
-  const auto step = PostProcessPacket::Find(index_, post_process_id);
-  step->MutableFields().label = Packets::CheckedLabel(label);
-  step->RequireRecorded(index_);
-  step->UpdateInIndex(index_);
+  ChangeStep(index_, post_process_id, [&](PostProcessPacket::Step& step) {
+    step.label = Packets::CheckedLabel(label);
+  });
 }
 
 std::string KrfFileBase::GetPostProcessLabel(uint32_t post_process_id) {

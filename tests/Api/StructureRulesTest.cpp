@@ -157,5 +157,47 @@ TEST_F(StructureRulesTest, IndexRowsOfGroupsAndChannels) {
   EXPECT_EQ(QueryColumn(Krq(), "select channel_group_id from data"), "2");
 }
 
+// A group of no channels takes no channel: its limit is -1.
+TEST_F(StructureRulesTest, AGroupOfNoChannelsTakesNone) {
+  const KrdFileHandle file = OpenStandard(kRecord);
+  uint16_t group = 0;
+  ASSERT_EQ(CreateChannelGroup(file, 1, 0, 3, &group), 0);
+  uint16_t channel = 0;
+  EXPECT_EQ(CreateChannel(file, group, 1, 0, HostBytes("x").String(), &channel), 43);
+  EXPECT_EQ(LastMessage(file), "For channel group 3 the interleave index may not exceed -1");
+}
+
+// A device row that carries the ID of an unrecorded device (an index
+// edited or damaged outside the library) can be read but not changed.
+TEST_F(StructureRulesTest, ADeviceRowWithTheUnrecordedIdIsRefusedForChanges) {
+  ASSERT_EQ(Close(OpenStandard(kRecord)), 0);
+  ASSERT_TRUE(ExecuteSql(Krq(), "insert into device values (65534, 0, 'ghost', 0)"));
+  const KrdFileHandle file = OpenOrFail("s", kEdit);
+  const std::string not_recorded = "The device packet is not recorded in the KRQ file.";
+  KrdU16ArrayHandle ids = nullptr;
+  KrdU16Array2DHandle attributes = nullptr;
+  EXPECT_EQ(DeleteDevice(file, 65534), 42);
+  EXPECT_EQ(LastMessage(file), not_recorded);
+  EXPECT_EQ(SetDeviceLabel(file, 65534, HostBytes("x").String()), 42);
+  EXPECT_EQ(LastMessage(file), not_recorded);
+  EXPECT_EQ(PhysicalChannelList(file, 65534, &ids), 42);
+  EXPECT_EQ(LastMessage(file), not_recorded);
+  EXPECT_TRUE(TakeIds(ids).empty());
+  EXPECT_EQ(DeviceAttributeList(file, 65534, &attributes), 42);
+  EXPECT_EQ(LastMessage(file), not_recorded);
+  EXPECT_TRUE(TakeAttributeIds(attributes).empty());
+  KrdStringHandle label = nullptr;
+  EXPECT_EQ(GetDeviceLabel(file, 65534, &label), 0);
+  EXPECT_EQ(TakeBytes(label), "ghost");
+}
+
+TEST_F(StructureRulesTest, AnAttributeListOnAnUnknownHandleIsANewEmptyTwoColumnArray) {
+  KrdU16Array2DHandle attributes = nullptr;
+  EXPECT_EQ(DeviceAttributeList(1000, 0, &attributes), 7);
+  EXPECT_EQ(RunTimeSize(attributes), 8) << "two dimensions, no elements";
+  EXPECT_EQ((*attributes)->dimSizes[0], 0);
+  EXPECT_TRUE(TakeAttributeIds(attributes).empty());
+}
+
 }  // namespace
 }  // namespace Varnholt::Testing
