@@ -11,8 +11,15 @@ namespace {
 // Offset of local time from UTC at the given moment, in seconds.
 int64_t LocalOffsetSeconds(std::time_t utc_seconds) {
   std::tm local{};
+#if defined(_WIN32)
+  // Windows has no tm_gmtoff: the local broken-down time read back as if it
+  // were UTC lies the offset away from the real UTC time.
+  if (localtime_s(&local, &utc_seconds) != 0) return 0;
+  return static_cast<int64_t>(_mkgmtime(&local)) - static_cast<int64_t>(utc_seconds);
+#else
   if (localtime_r(&utc_seconds, &local) == nullptr) return 0;
   return local.tm_gmtoff;
+#endif
 }
 
 }  // namespace

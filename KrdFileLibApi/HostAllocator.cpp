@@ -1,6 +1,10 @@
 #include "KrdFileLibApi/HostAllocator.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <dlfcn.h>
+#endif
 
 #include <cstddef>
 
@@ -12,9 +16,16 @@ namespace {
 // block, after the pointer the handle points to, aligned for any element.
 constexpr std::size_t kOwnDataOffset = alignof(std::max_align_t);
 
+// The run-time's function name in module; without a module, in the
+// process's global symbols (Linux) or its main program (Windows).
 template <typename Function>
 Function LookUp(void* module, const char* name) {
+#if defined(_WIN32)
+  HMODULE handle = module != nullptr ? static_cast<HMODULE>(module) : GetModuleHandleA(nullptr);
+  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(handle, name)));
+#else
   return reinterpret_cast<Function>(dlsym(module != nullptr ? module : RTLD_DEFAULT, name));
+#endif
 }
 
 }  // namespace

@@ -14,8 +14,9 @@ namespace Varnholt::KrdFiles {
 // The allocator behind every string and array handle the library returns.
 // A host's run-time expects handles it can manage itself, so when the
 // run-time exports "AZNewHandle" (looked up in the module named by
-// SetRunTimeModule, or among the process's global symbols when none was
-// named) the handles come from it. A host without such a run-time, a C
+// SetRunTimeModule, or when none was named among the process's global
+// symbols on Linux and in its main program on Windows) the handles come
+// from it. A host without such a run-time, a C
 // program or a test, gets handles from the library's own allocator instead.
 //
 // Dispose frees a handle with the allocator that made it: the library
@@ -27,8 +28,9 @@ class HostAllocator : public CommonLib::NonCopyableClassBase {
   // The allocator of this process.
   static HostAllocator& Process();
 
-  // Names the run-time module (a dlopen handle, or null for the process's
-  // global symbols); the run-time is looked up again on the next allocation.
+  // Names the run-time module (a dlopen handle on Linux, an HMODULE on
+  // Windows, or null for the default places); the run-time is looked up
+  // again on the next allocation.
   void SetRunTimeModule(void* module) noexcept;
   // A new handle to a block of the given size, or null when out of memory.
   void** NewHandle(std::size_t bytes) noexcept;

@@ -1,13 +1,49 @@
 #include "KrdFileLibApi/LibraryInstance.h"
 
+#include <atomic>
+
 #include "CommonLib/Clock.h"
 #include "KrdFileLib/Index/CommitLimits.h"
 
 namespace Varnholt::KrdFiles {
 
-LibraryInstance& LibraryInstance::Process() {
-  static LibraryInstance instance(std::make_shared<CommonLib::Clock>());
-  return instance;
+namespace {
+
+// Owns the process's instance, created on first use, and can let go of it
+// without destroying it.
+class ProcessInstance {
+ public:
+  ProcessInstance()
+      : instance_(std::make_unique<LibraryInstance>(std::make_shared<CommonLib::Clock>())) {
+    current_ = this;
+  }
+  ~ProcessInstance() { current_ = nullptr; }
+  LibraryInstance& Get() { return *instance_; }
+
+  // The holder that exists, if any; creates none.
+  static ProcessInstance* Current() { return current_; }
+  // Leaves the instance to the end of the process: it is not destroyed.
+  void Abandon() noexcept { static_cast<void>(instance_.release()); }
+
+ private:
+  static inline std::atomic<ProcessInstance*> current_{nullptr};
+  std::unique_ptr<LibraryInstance> instance_;
+};
+
+ProcessInstance& Holder() {
+  static ProcessInstance holder;
+  return holder;
+}
+
+}  // namespace
+
+LibraryInstance& LibraryInstance::Process() { return Holder().Get(); }
+
+void LibraryInstance::AbandonAtProcessExit() noexcept {
+  ProcessInstance* holder = ProcessInstance::Current();
+  if (holder == nullptr) return;
+  holder->Get().maintenance_.Abandon();
+  holder->Abandon();
 }
 
 LibraryInstance::LibraryInstance(std::shared_ptr<const CommonLib::IClock> clock)

@@ -23,14 +23,21 @@ struct LibraryConfiguration {
 
 // The library's state for the whole process: the table of open files, the
 // settings every file shares, the clock, and the maintenance thread that
-// commits index batches on time. The shared library creates it when it is
-// loaded, before the host's first call; Process() also creates it on first
-// use, so that the C++ layer can be tested without the shared library. It
+// commits index batches on time. Process() creates it on first use (the
+// Linux library also creates it when it is loaded, before the host's first
+// call; a Windows DLL must not start a thread while it is being loaded). It
 // lives until the library is unloaded, when the maintenance thread is
-// stopped and joined and the files still open are released.
+// stopped and joined and the files still open are released; at the end of
+// a Windows process it is abandoned instead (AbandonAtProcessExit).
 class LibraryInstance : public CommonLib::NonCopyableClassBase {
  public:
   static LibraryInstance& Process();
+  // For a Windows DLL told that the process is ending: the system has ended
+  // the other threads already, maybe while they held a lock, so the process
+  // instance is neither stopped nor destroyed, just let go of. Nothing is
+  // lost that Close would have kept: the data file holds every packet, and
+  // an index batch not yet committed is rebuilt from it.
+  static void AbandonAtProcessExit() noexcept;
 
   // Starts the maintenance thread.
   explicit LibraryInstance(std::shared_ptr<const CommonLib::IClock> clock);

@@ -11,12 +11,27 @@ MaintenanceThread::~MaintenanceThread() { Stop(); }
 void MaintenanceThread::Start() {
   if (worker_.joinable()) return;
   stop_requested_ = false;
-  worker_ = std::thread([this] { Run(); });
+  if (!module_.Acquire()) return;  // no thread rather than one that could outlive its code
+  try {
+    worker_ = std::thread([this] { Run(); });
+  } catch (...) {
+    module_.Release();
+    throw;
+  }
 }
 
 void MaintenanceThread::Stop() {
   stop_requested_ = true;
-  if (worker_.joinable() && worker_.get_id() != std::this_thread::get_id()) worker_.join();
+  if (worker_.joinable() && worker_.get_id() != std::this_thread::get_id()) {
+    worker_.join();
+    module_.Release();
+  }
+}
+
+void MaintenanceThread::Abandon() noexcept {
+  stop_requested_ = true;
+  if (worker_.joinable()) worker_.detach();
+  module_.Forget();
 }
 
 void MaintenanceThread::Run() {

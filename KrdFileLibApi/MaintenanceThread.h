@@ -7,6 +7,7 @@
 #include "CommonLib/IClock.h"
 #include "CommonLib/NonCopyableClassBase.h"
 #include "KrdFileLibApi/KrfFileTable.h"
+#include "KrdFileLibApi/ModuleReference.h"
 
 namespace Varnholt::KrdFiles {
 
@@ -29,6 +30,9 @@ class MaintenanceThread : public CommonLib::NonCopyableClassBase {
   void Start();
   // Sets the stop flag and waits for the current pass and pause to end.
   void Stop();
+  // At the end of the process, where threads may already have been ended
+  // by the system: lets go of the thread without waiting for it.
+  void Abandon() noexcept;
   bool IsRunning() const { return worker_.joinable(); }
 
   // One walk over the open files; public so that tests can run it directly.
@@ -40,6 +44,7 @@ class MaintenanceThread : public CommonLib::NonCopyableClassBase {
   const KrfFileTable& table_;
   std::shared_ptr<const CommonLib::IClock> clock_;
   std::atomic<bool> stop_requested_{false};
+  ModuleReference module_;  // the module stays loaded while the thread runs
   std::thread worker_;
 };
 

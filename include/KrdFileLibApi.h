@@ -32,7 +32,7 @@
  * Ownership of returned handles. When the host's run-time exports
  * "AZNewHandle", returned handles come from it: it is looked up in the
  * module given to SetLVRTModule or, when none was given, among the process's
- * global symbols. Otherwise the library allocates them itself. Either way,
+ * global symbols (Linux) or in its main program (Windows). Otherwise the library allocates them itself. Either way,
  * DisposeHostHandle frees a returned handle with the allocator that made
  * it; a host whose run-time owns its handles may also free them through
  * that run-time.
@@ -126,9 +126,11 @@ typedef struct {
 
 /* ---- Library functions ------------------------------------------------- */
 
-/* Names the host run-time module (a dlopen handle, or NULL for the process's
- * global symbols) from which "AZNewHandle" and "AZDisposeHandle" are looked
- * up on the next allocation. Returns 0. */
+/* Names the host run-time module from which "AZNewHandle" and
+ * "AZDisposeHandle" are looked up on the next allocation: a dlopen handle on
+ * Linux, an HMODULE on Windows. NULL looks among the process's global
+ * symbols on Linux and in its main program on Windows; without either
+ * function the library allocates the handles itself. Returns 0. */
 int32_t SetLVRTModule(void* module);
 
 /* Registers the host's data types and index-commit limits; may be called
