@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -22,6 +24,11 @@ class PacketBase;
 // allocate, so a length read from a damaged file never makes the library
 // allocate more than the file holds. An append that fails part-way is cut
 // back off, so the file stays a clean sequence of whole packets.
+//
+// A file this object created is appended to by this object alone (creation
+// refuses an existing file), so its end is kept in memory instead of being
+// asked of the file system on every append. A file opened otherwise may be
+// growing under another writer, and its end is always asked for.
 // Not safe for concurrent use: the owning file object serialises its calls.
 class KrdInstance : public CommonLib::NonCopyableClassBase {
  public:
@@ -40,8 +47,17 @@ class KrdInstance : public CommonLib::NonCopyableClassBase {
   void Close();
 
   // Reads count bytes at offset into buffer (resized to count). Fails with
-  // "KRD file ended unexpectedly." when the range runs past the end.
+  // "KRD file ended unexpectedly." when the range runs past the end, before
+  // anything is allocated.
   void ReadBytes(uint64_t offset, uint64_t count, std::vector<uint8_t>& buffer);
+  // Fills into with the bytes at offset; fails as ReadBytes when the file
+  // ends first. The caller's buffer is reused: nothing is allocated.
+  void ReadInto(uint64_t offset, std::span<uint8_t> into);
+  // Reads what there is of into.size() bytes at offset; returns how many.
+  std::size_t ReadAvailable(uint64_t offset, std::span<uint8_t> into);
+  // Fails as ReadBytes unless count bytes at offset lie within the file.
+  // Callers check a range read from the file before they allocate for it.
+  void RequireRange(uint64_t offset, uint64_t count) const;
   // The file's length, which is also where the next packet will start.
   uint64_t GetEndOffset() const;
   // Appends bytes at the end of the file.
@@ -52,17 +68,26 @@ class KrdInstance : public CommonLib::NonCopyableClassBase {
   // Gives a new packet the offset it will occupy once written, so that its
   // index row can carry that offset before the packet is appended.
   void AssignEndOffset(Packets::PacketBase& packet) const;
-  // Appends the packet's image and sets its size; its offset is not changed.
+  // Appends the packet's image (its head and its payload, gathered into one
+  // write) and sets its size; its offset is not changed.
   void WritePacket(Packets::PacketBase& packet);
   // Writes the packet's image over itself at its own offset (the header only).
   void RewriteInPlace(Packets::PacketBase& packet);
 
  private:
+  // Pieces one gathered write takes at most.
+  static constexpr std::size_t kMaxPieces = 4;
+
   void RequireOpen() const;
-  bool WriteAll(uint64_t offset, std::span<const uint8_t> bytes);
+  // Appends the pieces back to back with one gathered write; a failed or
+  // short write is cut back off.
+  void AppendPieces(std::span<const std::span<const uint8_t>> pieces);
+  bool WriteAll(uint64_t offset, std::span<const std::span<const uint8_t>> pieces);
 
   std::string path_;
   int descriptor_ = -1;
+  // The end of a file this object created and alone appends to.
+  std::optional<uint64_t> own_end_;
 };
 
 }  // namespace Varnholt::KrdFiles

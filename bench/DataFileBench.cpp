@@ -48,9 +48,10 @@ void BM_EncodeAndAppendDataBlock(benchmark::State& state) {
   const ChannelGroupPacket group(1, 8, kInt16Type);  // 16-byte frames
   const auto block_bytes = static_cast<std::size_t>(state.range(0));
   ScratchFile scratch("append");
+  const Bytes samples(block_bytes, 0x5A);  // the caller's block, which the packet refers to
   int64_t start = 0;
   for (auto _ : state) {
-    DataPacket block(group, start, Bytes(block_bytes, 0x5A));
+    DataPacket block(group, start, samples);
     scratch.File().AssignEndOffset(block);
     scratch.File().WritePacket(block);
     start += static_cast<int64_t>(block_bytes / 16);
@@ -68,7 +69,7 @@ void BM_ExtractOneChannel(benchmark::State& state) {
   DataPacket block(group, 0, Bytes(1 << 20, 0x5A));
   scratch.File().AssignEndOffset(block);
   scratch.File().WritePacket(block);
-  const ChannelSampleReader reader(scratch.File(), group, 3, static_cast<uint64_t>(state.range(0)));
+  ChannelSampleReader reader(scratch.File(), group, 3, static_cast<uint64_t>(state.range(0)));
   const TimeWindow whole_block{0, block.EndTimeOffset()};
   Bytes samples;
   for (auto _ : state) {

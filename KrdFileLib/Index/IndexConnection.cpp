@@ -38,6 +38,7 @@ void IndexConnection::Create() {
 
 void IndexConnection::StartSession(SqliteDatabase database) {
   database_ = std::move(database);
+  statements_ = std::make_shared<StatementCache>(database_);
   is_open_ = true;
   pending_statements_ = 0;
   BeginTransaction();
@@ -52,6 +53,7 @@ void IndexConnection::Close() {
     commit_failure = std::current_exception();
   }
   is_open_ = false;
+  statements_.reset();           // finalises the idle statements
   database_ = SqliteDatabase();  // closes unless a cursor still holds it
   if (commit_failure) std::rethrow_exception(commit_failure);
 }
@@ -124,6 +126,7 @@ void IndexConnection::CreateTables() {
   RequireOpen();
   CommitTransaction();  // the journal mode cannot change inside a transaction
   ExecuteNonQuery(SqlCommand("PRAGMA journal_mode=WAL;"));
+  ExecuteNonQuery(SqlCommand("PRAGMA synchronous=NORMAL"));
   for (const std::string& text : CreateTableTexts()) ExecuteNonQuery(SqlCommand(text));
   BeginTransaction();
 }
@@ -153,15 +156,15 @@ void IndexConnection::RequireOpen() const {
   if (!is_open_) throw Errors::IndexNotOpen();
 }
 
-SqlStatement IndexConnection::Prepare(const std::string& text) const {
-  return SqlStatement(database_, text);
+CachedStatement IndexConnection::Prepare(const std::string& text) {
+  return statements_->Take(text);
 }
 
 bool IndexConnection::Run(const SqlCommand& command) {
-  SqlStatement statement = Prepare(command.Text());
-  statement.CheckPrepared();
-  command.BindTo(statement);
-  return statement.Step() == SQLITE_DONE;
+  const CachedStatement statement = Prepare(command.Text());
+  statement->CheckPrepared();
+  command.BindTo(*statement);
+  return statement->Step() == SQLITE_DONE;
 }
 
 void IndexConnection::RestoreTransaction() noexcept {

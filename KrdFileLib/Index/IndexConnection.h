@@ -10,6 +10,7 @@
 //   SqlQuery           the cursor over the rows of one statement
 //   SqliteDatabase,
 //   SqlStatement       the RAII owners of SQLite's handles
+//   StatementCache     a session's prepared statements, kept for reuse
 //   TableColumn*       typed columns that bind and read one value
 //   IndexTable         a table as a column list that writes its own SQL,
 //                      and a one-row buffer; one subclass per table
@@ -25,6 +26,7 @@
 #include "KrdFileLib/Index/SqlQuery.h"
 #include "KrdFileLib/Index/SqlStatement.h"
 #include "KrdFileLib/Index/SqliteDatabase.h"
+#include "KrdFileLib/Index/StatementCache.h"
 
 namespace Varnholt::KrdFiles::Index {
 
@@ -32,7 +34,8 @@ namespace Varnholt::KrdFiles::Index {
 // rows, so writes are grouped: while the connection is open a transaction is
 // always open, and it is committed after StatementsPerCommit() counted
 // statements, when CommitIfDue finds the commit interval passed since the
-// first of them, and on Close. Used only under its file object's lock.
+// first of them, and on Close. Statements are prepared once per text and
+// session and reused from a cache. Used only under its file object's lock.
 class IndexConnection : public CommonLib::NonCopyableClassBase {
  public:
   // A null clock stands for the process's real clock.
@@ -90,8 +93,9 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   void StartSession(SqliteDatabase database);
   void CloseWithoutThrowing() noexcept;
   void CommitAndBegin();
-  // Prepare, bind, step and finalise; the one place statements are prepared.
-  SqlStatement Prepare(const std::string& text) const;
+  // The statement for text from the session's cache; the one place
+  // statements are prepared.
+  CachedStatement Prepare(const std::string& text);
   bool Run(const SqlCommand& command);
   // SQLite rolls a transaction back by itself after some failures; this
   // opens a new one so that the batch goes on inside a transaction.
@@ -100,6 +104,8 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   std::string path_;
   std::shared_ptr<const CommonLib::IClock> clock_;
   SqliteDatabase database_;
+  // Dropped before the handle on Close, which finalises what it holds.
+  std::shared_ptr<StatementCache> statements_;
   bool is_open_ = false;
   int32_t pending_statements_ = 0;
   int64_t commit_deadline_ = 0;

@@ -165,6 +165,11 @@ bool IndexTable::SelectFirst(IndexConnection& connection, const SqlCommand& comm
   return ReadRow(*current_query_);
 }
 
+bool IndexTable::SelectOne(IndexConnection& connection, const ColumnFilter& filter) {
+  current_query_.reset();
+  return ReadRow(*Select(connection, filter));
+}
+
 bool IndexTable::NextRow() {
   if (current_query_ == nullptr) throw Errors::QueryNotExecuted();
   current_query_->NextRow();

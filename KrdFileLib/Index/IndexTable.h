@@ -54,6 +54,9 @@ class IndexTable : public CommonLib::NonCopyableClassBase {
   bool SelectFirst(IndexConnection& connection, const ColumnFilter& filter);
   bool SelectFirst(IndexConnection& connection, const SqlCommand& command);
   bool NextRow();
+  // Reads the first row only and lets its cursor go at once, so that the
+  // statement is free for the next lookup.
+  bool SelectOne(IndexConnection& connection, const ColumnFilter& filter);
   bool Exists(IndexConnection& connection, const ColumnFilter& filter) const;
   // Writes the buffer over the row that has the buffer's key values.
   void Update(IndexConnection& connection) const;

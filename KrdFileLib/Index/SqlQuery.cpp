@@ -6,23 +6,23 @@
 
 namespace Varnholt::KrdFiles::Index {
 
-SqlQuery::SqlQuery(SqlCommand command, SqlStatement statement)
+SqlQuery::SqlQuery(SqlCommand command, CachedStatement statement)
     : command_(std::move(command)), statement_(std::move(statement)) {}
 
 void SqlQuery::Execute() {
-  statement_.CheckPrepared();
+  statement_->CheckPrepared();
   if (executed_) throw Errors::QueryExecutedTwice();
-  command_.BindTo(statement_);
+  command_.BindTo(*statement_);
   executed_ = true;
   last_result_ = SQLITE_DONE;  // stays finished if the step fails
-  last_result_ = statement_.Step();
+  last_result_ = statement_->Step();
 }
 
 bool SqlQuery::NextRow() {
   RequireExecuted();
   if (!HasRow()) return false;
   last_result_ = SQLITE_DONE;
-  last_result_ = statement_.Step();
+  last_result_ = statement_->Step();
   return HasRow();
 }
 
@@ -32,22 +32,22 @@ void SqlQuery::RequireExecuted() const {
 
 int32_t SqlQuery::GetInt(int column) const {
   RequireExecuted();
-  return statement_.ColumnInt(column);
+  return statement_->ColumnInt(column);
 }
 
 int64_t SqlQuery::GetInt64(int column) const {
   RequireExecuted();
-  return statement_.ColumnInt64(column);
+  return statement_->ColumnInt64(column);
 }
 
 Bytes SqlQuery::GetBlob(int column) const {
   RequireExecuted();
-  return statement_.ColumnBlob(column);
+  return statement_->ColumnBlob(column);
 }
 
 std::string SqlQuery::GetText(int column) const {
   RequireExecuted();
-  return statement_.ColumnText(column);
+  return statement_->ColumnText(column);
 }
 
 }  // namespace Varnholt::KrdFiles::Index

@@ -58,6 +58,12 @@ int SqlStatement::Step() {
   return result;
 }
 
+void SqlStatement::Reset() noexcept {
+  if (IsEmpty()) return;
+  sqlite3_reset(statement_.get());
+  sqlite3_clear_bindings(statement_.get());
+}
+
 bool SqlStatement::HasColumn(int column) const {
   return column >= 0 && column < sqlite3_data_count(statement_.get());
 }

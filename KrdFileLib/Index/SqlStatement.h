@@ -17,7 +17,8 @@ using Bytes = std::vector<uint8_t>;
 // object goes, on every path. Each sqlite3_bind_*, sqlite3_step and
 // sqlite3_column_* call of the index layer is made here and nowhere else.
 // A failed prepare is recorded rather than thrown, so that a cursor can
-// report it when it is executed.
+// report it when it is executed. Statements are prepared once per text and
+// reused through the connection's StatementCache.
 class SqlStatement {
  public:
   // Prepares the first statement of the text; the rest is ignored.
@@ -38,6 +39,9 @@ class SqlStatement {
 
   // One step; the result code is returned after failures have been thrown.
   int Step();
+  // Back to before the first step, with every parameter unbound, ready for
+  // another use. A failure of the last step is not reported again.
+  void Reset() noexcept;
 
   // Result columns of the current row, 0-based. A column that is not there
   // (no current row, position out of range) reads like NULL.

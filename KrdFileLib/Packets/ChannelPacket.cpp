@@ -95,17 +95,20 @@ ChannelData ChannelPacket::GetChannelData(Index::IndexConnection& connection, Kr
   if (length == 0) throw Errors::ZeroLengthInterval();
   const auto group = ChannelGroupPacket::Find(connection, channel_group_id_);
   const TimeWindow window = TimeWindow::ForInterval(start_time, length);
-  const ChannelSampleReader reader(file, *group, interleave_index_, chunk_size);
+  ChannelSampleReader reader(file, *group, interleave_index_, chunk_size);
 
   ChannelData data;
   std::optional<FrameGrid> first_block;
   std::optional<FrameGrid> last_block;
-  for (const Index::DataRecordRef& record : Index::DataTable::SelectDataInRange(
-           connection, channel_group_id_, window.first, window.last)) {
-    const auto block = DataPacket::ReadAt(file, connection, static_cast<uint64_t>(record.offset));
-    reader.AppendSamples(*block, window, data.samples);
-    if (!first_block) first_block = block->Frames();
-    last_block = block->Frames();
+  const std::vector<Index::DataRecordRef> records =
+      Index::DataTable::SelectDataInRange(connection, channel_group_id_, window.first, window.last);
+  reader.Reserve(records, window, data.samples);
+  for (const Index::DataRecordRef& record : records) {
+    const DataPacket block =
+        DataPacket::ReadOfGroup(file, connection, *group, static_cast<uint64_t>(record.offset));
+    reader.AppendSamples(block, window, data.samples);
+    if (!first_block) first_block = block.Frames();
+    last_block = block.Frames();
   }
   const bool forward = length > 0;
   data.continuation_time = TimeBeyondWindow(forward ? last_block : first_block, window, forward);

@@ -1,6 +1,10 @@
 #include "KrdFileLib/Packets/DataPacket.h"
 
+#include <algorithm>
+#include <array>
+
 #include "KrdFileLib/Errors.h"
+#include "KrdFileLib/KrdInstance.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
 
@@ -31,28 +35,44 @@ std::optional<Index::DataRecordRef> SelectBlock(Index::IndexConnection& connecti
 
 }  // namespace
 
-DataPacket::DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset, Bytes samples)
+DataPacket::DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset,
+                       std::span<const uint8_t> samples)
     : IndexedPacket(PacketTypeId::kData),
       start_time_offset_(start_time_offset),
       channel_group_id_(group.GroupId()),
-      samples_(std::move(samples)) {
+      samples_(samples) {
+  BindRow();
+  TakeFrames(group, samples_.size());
+}
+
+DataPacket::DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset, Bytes&& samples)
+    : IndexedPacket(PacketTypeId::kData),
+      start_time_offset_(start_time_offset),
+      channel_group_id_(group.GroupId()),
+      owned_samples_(std::move(samples)),
+      samples_(owned_samples_) {
   BindRow();
   TakeFrames(group, samples_.size());
 }
 
 DataPacket::DataPacket(KrdInstance& file, Index::IndexConnection& connection,
                        const PacketFrame& frame)
+    : DataPacket(connection, frame, ReadBody(file, frame, kFixedBodySize), nullptr) {}
+
+DataPacket::DataPacket(Index::IndexConnection& connection, const PacketFrame& frame,
+                       Bytes fixed_body, const ChannelGroupPacket* expected_group)
     : IndexedPacket(frame) {
   BindRow();
-  DecodeBody(
-      file, frame,
-      [this](PacketReader& body) {
-        start_time_offset_ = static_cast<int64_t>(body.ReadUInt64());
-        channel_group_id_ = body.ReadUInt16();
-      },
-      kFixedBodySize);
-  const auto group = ChannelGroupPacket::Find(connection, channel_group_id_);
-  TakeFrames(*group, frame.body_length - kFixedBodySize);
+  PacketReader body(std::move(fixed_body));
+  start_time_offset_ = static_cast<int64_t>(body.ReadUInt64());
+  channel_group_id_ = body.ReadUInt16();
+  RequireFullyConsumed(body);
+  const uint64_t sample_bytes = frame.body_length - kFixedBodySize;
+  if (expected_group != nullptr && expected_group->GroupId() == channel_group_id_) {
+    TakeFrames(*expected_group, sample_bytes);
+  } else {
+    TakeFrames(*ChannelGroupPacket::Find(connection, channel_group_id_), sample_bytes);
+  }
 }
 
 void DataPacket::BindRow() {
@@ -67,14 +87,38 @@ void DataPacket::TakeFrames(const ChannelGroupPacket& group, uint64_t sample_byt
   end_time_offset_ = Frames().LastFrameTime();
 }
 
-std::shared_ptr<DataPacket> DataPacket::ReadAt(KrdInstance& file,
-                                               Index::IndexConnection& connection,
-                                               uint64_t offset) {
-  const PacketFrame frame = ReadPacketFrame(file, offset);
+namespace {
+
+// Code 3 unless frame is a data block's.
+const PacketFrame& RequireDataFrame(const PacketFrame& frame) {
   if (frame.type != PacketTypeId::kData) {
     throw Errors::UnknownPacketType(static_cast<uint8_t>(frame.type));
   }
-  return std::make_shared<DataPacket>(file, connection, frame);
+  return frame;
+}
+
+}  // namespace
+
+std::shared_ptr<DataPacket> DataPacket::ReadAt(KrdInstance& file,
+                                               Index::IndexConnection& connection,
+                                               uint64_t offset) {
+  return std::make_shared<DataPacket>(file, connection,
+                                      RequireDataFrame(ReadPacketFrame(file, offset)));
+}
+
+DataPacket DataPacket::ReadOfGroup(KrdInstance& file, Index::IndexConnection& connection,
+                                   const ChannelGroupPacket& group, uint64_t offset) {
+  // The frame and the fixed fields with one read; the checks and their order
+  // are those of ReadAt.
+  std::array<uint8_t, kFrameSize + kFixedBodySize> head{};
+  const std::size_t got = file.ReadAvailable(offset, head);
+  if (got < kFrameSize) throw Errors::KrdFileEndedUnexpectedly();
+  const PacketFrame frame =
+      RequireDataFrame(DecodePacketFrame(std::span(head).first<kFrameSize>(), offset));
+  const uint64_t fixed_bytes = std::min<uint64_t>(frame.body_length, kFixedBodySize);
+  if (got < kFrameSize + fixed_bytes) throw Errors::KrdFileEndedUnexpectedly();
+  const auto fixed_body = std::span(head).subspan(kFrameSize, fixed_bytes);
+  return DataPacket(connection, frame, Bytes(fixed_body.begin(), fixed_body.end()), &group);
 }
 
 std::optional<Index::DataRecordRef> DataPacket::FindNextBlock(Index::IndexConnection& connection,
@@ -103,7 +147,6 @@ std::optional<Index::DataRecordRef> DataPacket::FindPreviousBlock(
 void DataPacket::AppendBody(Bytes& body) const {
   PutUInt64(body, static_cast<uint64_t>(start_time_offset_));
   PutUInt16(body, channel_group_id_);
-  PutBytes(body, samples_);
 }
 
 }  // namespace Varnholt::KrdFiles::Packets

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 
 #include "KrdFileLib/Index/DataTable.h"
 #include "KrdFileLib/Packets/FrameGrid.h"
@@ -19,8 +20,11 @@ class ChannelGroupPacket;
 // that blocks are found by time.
 //
 // Body: u64 start time offset, u16 channel group id, then the frames as
-// rest-of-body bytes. A block read back holds only the two fixed fields and
-// leaves its frames in the file, where ChannelSampleReader finds them.
+// rest-of-body bytes. A block being written refers to its samples where the
+// caller holds them (or owns them when handed a temporary) and never copies
+// them: the file writes them straight behind the frame and fixed fields. A
+// block read back holds only the two fixed fields and leaves its frames in
+// the file, where ChannelSampleReader finds them.
 class DataPacket final : public IndexedPacket<Index::DataTable> {
  public:
   // Bytes of the body before the first frame.
@@ -28,7 +32,11 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
 
   // A new block of group. Checks that samples hold whole frames and at
   // least one (code 47; code 36 when the group's data type is unknown).
-  DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset, Bytes samples);
+  // The packet refers to samples, which must outlive it.
+  DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset,
+             std::span<const uint8_t> samples);
+  // As above, for samples the packet takes over.
+  DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset, Bytes&& samples);
   // Reads only the fixed fields, then finds the group (code 19) and checks
   // the frames that the body length declares, as for a new block.
   DataPacket(KrdInstance& file, Index::IndexConnection& connection, const PacketFrame& frame);
@@ -37,6 +45,10 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   // of packet lies there).
   static std::shared_ptr<DataPacket> ReadAt(KrdInstance& file, Index::IndexConnection& connection,
                                             uint64_t offset);
+  // As ReadAt, for a block expected to belong to group: the group is not
+  // looked up again when the block names it.
+  static DataPacket ReadOfGroup(KrdInstance& file, Index::IndexConnection& connection,
+                                const ChannelGroupPacket& group, uint64_t offset);
 
   // The group's block with the smallest start after time, and the one with
   // the greatest start before time.
@@ -55,12 +67,17 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   // Where the first frame lies in the file.
   uint64_t FirstFrameOffset() const { return FileOffset() + kFrameSize + kFixedBodySize; }
   // The sample bytes of a block built for writing; empty for one read back.
-  const Bytes& Samples() const { return samples_; }
+  std::span<const uint8_t> Samples() const { return samples_; }
+  std::span<const uint8_t> Payload() const override { return samples_; }
 
-  // For a block read back, only the fixed fields: its frames stay in the file.
+  // The fixed fields; the samples follow as the payload.
   void AppendBody(Bytes& body) const override;
 
  private:
+  // Decodes the fixed fields read from the file; the group is looked up
+  // unless the block names expected_group.
+  DataPacket(Index::IndexConnection& connection, const PacketFrame& frame, Bytes fixed_body,
+             const ChannelGroupPacket* expected_group);
   void BindRow();
   // The recording check: counts the frames in sample_bytes and computes the
   // end time from the group.
@@ -69,7 +86,8 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   int64_t start_time_offset_ = 0;
   uint16_t channel_group_id_ = 0;
   int64_t end_time_offset_ = 0;
-  Bytes samples_;
+  Bytes owned_samples_;  // only when the packet was handed them
+  std::span<const uint8_t> samples_;
   uint32_t divisor_ = 0;
   uint64_t frame_count_ = 0;
 };

@@ -48,7 +48,7 @@ class IndexedPacket : public PacketBase {
   // packet's key fields already hold; false, packet untouched, when there
   // is none.
   bool LoadByKey(Index::IndexConnection& connection) {
-    return row_.SelectFirst(connection, row_.KeyColumns());
+    return row_.SelectOne(connection, row_.KeyColumns());
   }
   // Inserts the row. With let_index_assign_id the row id column is left out
   // and the id the index assigns lands in the packet's field.

@@ -27,24 +27,31 @@ PacketBase::PacketBase(const PacketFrame& frame)
       type_id_(frame.type),
       packet_size_(kFrameSize + frame.body_length) {}
 
-Bytes PacketBase::GetHeaderBytes() const {
+Bytes PacketBase::GetHead() const {
+  Bytes head(kFrameSize);  // the frame is filled in once the fields' length is known
+  AppendBody(head);
   Bytes frame;
-  PutFrame(frame, type_id_, GetBodyBytes().size());
-  return frame;
+  PutFrame(frame, type_id_, head.size() - kFrameSize + Payload().size());
+  std::copy(frame.begin(), frame.end(), head.begin());
+  return head;
+}
+
+Bytes PacketBase::GetHeaderBytes() const {
+  Bytes head = GetHead();
+  head.resize(kFrameSize);
+  return head;
 }
 
 Bytes PacketBase::GetBodyBytes() const {
   Bytes body;
   AppendBody(body);
+  PutBytes(body, Payload());
   return body;
 }
 
 Bytes PacketBase::GetImage() const {
-  Bytes image(kFrameSize);  // the frame is filled in once the body's length is known
-  AppendBody(image);
-  Bytes frame;
-  PutFrame(frame, type_id_, image.size() - kFrameSize);
-  std::copy(frame.begin(), frame.end(), image.begin());
+  Bytes image = GetHead();
+  PutBytes(image, Payload());
   return image;
 }
 

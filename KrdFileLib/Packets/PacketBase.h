@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "CommonLib/NonCopyableClassBase.h"
 #include "CommonLib/PolymorphicBasedClassBase.h"
@@ -47,8 +48,14 @@ class PacketBase : public CommonLib::PolymorphicBasedClassBase,
   Bytes GetHeaderBytes() const;
   // The body, encoded as the packet type prescribes.
   Bytes GetBodyBytes() const;
-  // The complete image written to the file: frame followed by body, encoded
-  // straight into one buffer so that a data block's samples are copied once.
+  // The frame followed by the body's encoded fields: everything of the
+  // image that comes before Payload().
+  Bytes GetHead() const;
+  // The bytes that end the body and that the packet refers to rather than
+  // encodes (a data block's samples); empty for most packet types. The file
+  // writes them straight from where they lie, behind GetHead().
+  virtual std::span<const uint8_t> Payload() const { return {}; }
+  // The complete image written to the file: GetHead() followed by Payload().
   Bytes GetImage() const;
 
   // Records a new entity's packet in the index; the id the index assigns is
@@ -59,7 +66,8 @@ class PacketBase : public CommonLib::PolymorphicBasedClassBase,
   virtual void RestoreInIndex(Index::IndexConnection& connection, KrdInstance& file);
 
  protected:
-  // Appends the body's fields to out, in the order the packet type lays them.
+  // Appends the body's fields to out, in the order the packet type lays
+  // them; the payload, if any, is not among them.
   virtual void AppendBody(Bytes& out) const = 0;
 
   // A new packet, not yet in the file.

@@ -1,5 +1,7 @@
 #include "KrdFileLib/Packets/ParsePacket.h"
 
+#include <array>
+
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/KrdInstance.h"
 #include "KrdFileLib/Packets/AnnotationPacket.h"
@@ -19,9 +21,13 @@
 namespace Varnholt::KrdFiles::Packets {
 
 PacketFrame ReadPacketFrame(KrdInstance& file, uint64_t offset) {
-  Bytes bytes;
-  file.ReadBytes(offset, kFrameSize, bytes);
-  PacketReader reader(std::move(bytes));
+  std::array<uint8_t, kFrameSize> bytes{};
+  file.ReadInto(offset, bytes);
+  return DecodePacketFrame(bytes, offset);
+}
+
+PacketFrame DecodePacketFrame(std::span<const uint8_t, kFrameSize> bytes, uint64_t offset) {
+  PacketReader reader(Bytes(bytes.begin(), bytes.end()));
   const uint8_t type_id = reader.ReadUInt8();
   const uint32_t body_length = reader.ReadUInt32();
   if (type_id < kFirstPacketTypeId || type_id > kLastPacketTypeId) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "KrdFileLib/Packets/PacketBase.h"
 
@@ -11,6 +12,8 @@ namespace Varnholt::KrdFiles::Packets {
 // Fails with "KRD file ended unexpectedly." when the file ends within it,
 // and with code 3 for a type id that names no packet type.
 PacketFrame ReadPacketFrame(KrdInstance& file, uint64_t offset);
+// The same for a frame already read: the five bytes found at offset.
+PacketFrame DecodePacketFrame(std::span<const uint8_t, kFrameSize> bytes, uint64_t offset);
 
 // The packet that starts at offset, read through its type's reading
 // constructor. Any bytes whatever can be handed to it: a damaged or
