@@ -1,70 +1,56 @@
 #include "KrdFileLib/KrdInstance.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/uio.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <filesystem>
 
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Packets/PacketBase.h"
 
 namespace Varnholt::KrdFiles {
 
+using OpenResult = PlatformFile::OpenResult;
+
 KrdInstance::KrdInstance(std::string path) : path_(std::move(path)) {}
 
 KrdInstance::~KrdInstance() { Close(); }
 
-bool KrdInstance::Exists() const {
-  std::error_code error;
-  const auto type = std::filesystem::status(path_, error).type();
-  return type != std::filesystem::file_type::none && type != std::filesystem::file_type::not_found;
-}
+bool KrdInstance::Exists() const { return PlatformFile::Exists(path_); }
 
 void KrdInstance::Create() {
   if (Exists()) throw Errors::KrdFileAlreadyExists();
   Close();
-  // O_EXCL makes the existence test and the creation one step, so a file
-  // that another writer creates meanwhile is refused rather than truncated.
-  descriptor_ = ::open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (descriptor_ < 0) {
-    if (errno == EEXIST) throw Errors::KrdFileAlreadyExists();
-    throw Errors::KrdFileCreateFailed();
+  switch (file_.CreateNew(path_)) {
+    case OpenResult::kOpened:
+      own_end_ = 0;
+      return;
+    case OpenResult::kExists:
+      throw Errors::KrdFileAlreadyExists();
+    default:
+      throw Errors::KrdFileCreateFailed();
   }
-  own_end_ = 0;
 }
 
 void KrdInstance::Open() {
   Close();
-  descriptor_ = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
-  if (descriptor_ < 0) {
-    if (Exists()) throw Errors::KrdFileOpenFailed(path_);
-    throw Errors::KrdFileDoesNotExist();
-  }
+  if (file_.OpenExisting(path_) == OpenResult::kOpened) return;
+  if (Exists()) throw Errors::KrdFileOpenFailed(path_);
+  throw Errors::KrdFileDoesNotExist();
 }
 
 void KrdInstance::Close() {
-  if (descriptor_ >= 0) {
-    ::close(descriptor_);
-    descriptor_ = -1;
-  }
+  file_.Close();
   own_end_.reset();
 }
 
 void KrdInstance::RequireOpen() const {
-  if (descriptor_ < 0) throw Errors::KrdFileNotOpen();
+  if (!file_.IsOpen()) throw Errors::KrdFileNotOpen();
 }
 
 uint64_t KrdInstance::GetEndOffset() const {
   RequireOpen();
   if (own_end_) return *own_end_;
-  struct stat status {};
-  if (::fstat(descriptor_, &status) != 0) throw Errors::KrdFileOpenFailed(path_);
-  return static_cast<uint64_t>(status.st_size);
+  const std::optional<uint64_t> size = file_.Size();
+  if (!size) throw Errors::KrdFileOpenFailed(path_);
+  return *size;
 }
 
 void KrdInstance::RequireRange(uint64_t offset, uint64_t count) const {
@@ -84,47 +70,9 @@ void KrdInstance::ReadInto(uint64_t offset, std::span<uint8_t> into) {
 
 std::size_t KrdInstance::ReadAvailable(uint64_t offset, std::span<uint8_t> into) {
   RequireOpen();
-  std::size_t done = 0;
-  while (done < into.size()) {
-    const ssize_t got = ::pread(descriptor_, into.data() + done, into.size() - done,
-                                static_cast<off_t>(offset + done));
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw Errors::KrdFileEndedUnexpectedly();
-    if (got == 0) break;
-    done += static_cast<std::size_t>(got);
-  }
-  return done;
-}
-
-bool KrdInstance::WriteAll(uint64_t offset, std::span<const std::span<const uint8_t>> pieces) {
-  // One gathered write for all pieces; a short write resumes where the
-  // kernel stopped, dropping the pieces it finished and trimming the next.
-  std::array<iovec, kMaxPieces> vectors{};
-  if (pieces.size() > vectors.size()) return false;
-  std::size_t count = 0;
-  for (const auto piece : pieces) {
-    if (piece.empty()) continue;
-    vectors[count++] = iovec{const_cast<uint8_t*>(piece.data()), piece.size()};
-  }
-  iovec* next = vectors.data();
-  while (count > 0) {
-    const ssize_t put = ::pwritev(descriptor_, next, static_cast<int>(count),
-                                  static_cast<off_t>(offset));
-    if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) return false;
-    offset += static_cast<uint64_t>(put);
-    for (auto done = static_cast<std::size_t>(put); done > 0;) {
-      const std::size_t step = std::min(done, next->iov_len);
-      next->iov_base = static_cast<uint8_t*>(next->iov_base) + step;
-      next->iov_len -= step;
-      done -= step;
-      if (next->iov_len == 0) {
-        ++next;
-        --count;
-      }
-    }
-  }
-  return true;
+  const std::optional<std::size_t> got = file_.ReadAt(offset, into);
+  if (!got) throw Errors::KrdFileEndedUnexpectedly();
+  return *got;
 }
 
 void KrdInstance::Append(std::span<const uint8_t> bytes) {
@@ -134,10 +82,10 @@ void KrdInstance::Append(std::span<const uint8_t> bytes) {
 
 void KrdInstance::AppendPieces(std::span<const std::span<const uint8_t>> pieces) {
   const uint64_t end = GetEndOffset();
-  if (!WriteAll(end, pieces)) {
+  if (!file_.WriteAt(end, pieces)) {
     // Cut a torn packet back off so that the file still ends on a packet
     // boundary and the next append lands where the index expects it.
-    [[maybe_unused]] const int ignored = ::ftruncate(descriptor_, static_cast<off_t>(end));
+    file_.Truncate(end);
     throw Errors::KrdFileWriteFailed();
   }
   if (own_end_) {
@@ -148,10 +96,9 @@ void KrdInstance::AppendPieces(std::span<const std::span<const uint8_t>> pieces)
 void KrdInstance::WriteAt(uint64_t offset, std::span<const uint8_t> bytes) {
   RequireOpen();
   const std::span<const uint8_t> pieces[] = {bytes};
-  if (!WriteAll(offset, pieces)) throw Errors::KrdFileWriteFailed();
+  if (!file_.WriteAt(offset, pieces)) throw Errors::KrdFileWriteFailed();
   if (own_end_) own_end_ = std::max(*own_end_, offset + bytes.size());
 }
-
 void KrdInstance::AssignEndOffset(Packets::PacketBase& packet) const {
   packet.SetFileOffset(GetEndOffset());
 }

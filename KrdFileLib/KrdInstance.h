@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CommonLib/NonCopyableClassBase.h"
+#include "KrdFileLib/PlatformFile.h"
 
 namespace Varnholt::KrdFiles {
 
@@ -38,7 +39,7 @@ class KrdInstance : public CommonLib::NonCopyableClassBase {
   const std::string& Path() const { return path_; }
   // True when something exists at the path (a directory counts).
   bool Exists() const;
-  bool IsOpen() const { return descriptor_ >= 0; }
+  bool IsOpen() const { return file_.IsOpen(); }
 
   // Creates a new, empty file; never overwrites or truncates an existing one.
   void Create();
@@ -75,17 +76,13 @@ class KrdInstance : public CommonLib::NonCopyableClassBase {
   void RewriteInPlace(Packets::PacketBase& packet);
 
  private:
-  // Pieces one gathered write takes at most.
-  static constexpr std::size_t kMaxPieces = 4;
-
   void RequireOpen() const;
   // Appends the pieces back to back with one gathered write; a failed or
   // short write is cut back off.
   void AppendPieces(std::span<const std::span<const uint8_t>> pieces);
-  bool WriteAll(uint64_t offset, std::span<const std::span<const uint8_t>> pieces);
 
   std::string path_;
-  int descriptor_ = -1;
+  PlatformFile file_;
   // The end of a file this object created and alone appends to.
   std::optional<uint64_t> own_end_;
 };

@@ -1,9 +1,9 @@
 #include "KrdFileLib/KrfModes.h"
 
-#include <filesystem>
 #include <functional>
 
 #include "KrdFileLib/Errors.h"
+#include "KrdFileLib/PlatformFile.h"
 #include "KrdFileLib/Packets/PacketBase.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
 
@@ -14,9 +14,8 @@ namespace {
 // Removes a file this open created, with SQLite's companion files, so that a
 // failed open leaves nothing behind that would block the next attempt.
 void RemoveCreatedFile(const std::string& path) {
-  std::error_code ignored;
   for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
-    std::filesystem::remove(path + suffix, ignored);
+    PlatformFile::Remove(path + suffix);
   }
 }
 

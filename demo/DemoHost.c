@@ -1,11 +1,20 @@
 /* What every part of the demo uses to talk to the library as a host does:
  * host strings and byte arrays, checked calls and opening a pair. */
 
+#define _POSIX_C_SOURCE 200809L
+
 #include "DemoHost.h"
 
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+#if defined(_WIN32)
+#include <direct.h>
+#include <windows.h>
+#else
+#include <sys/stat.h>
+#endif
 
 #include "KrdFileLibApi.h"
 
@@ -60,4 +69,26 @@ KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode) {
   free(krd_path);
   free(krq_path);
   return file;
+}
+
+int MakeDemoFolder(char* folder, size_t size, const char* requested) {
+#if defined(_WIN32)
+  if (requested != NULL) {
+    snprintf(folder, size, "%s", requested);
+    _mkdir(folder);
+    return 0;
+  }
+  char base[MAX_PATH];
+  if (GetTempPathA(sizeof base, base) == 0) return -1;
+  snprintf(folder, size, "%skrd-demo-%lu", base, (unsigned long)GetCurrentProcessId());
+  return _mkdir(folder);
+#else
+  if (requested != NULL) {
+    snprintf(folder, size, "%s", requested);
+    mkdir(folder, 0777);
+    return 0;
+  }
+  snprintf(folder, size, "/tmp/krd-demo-XXXXXX");
+  return mkdtemp(folder) == NULL ? -1 : 0;
+#endif
 }

@@ -16,6 +16,9 @@ KrdU8Array* NewBytes(const uint8_t* bytes, size_t count);
 void PrintAndDispose(const char* name, KrdStringHandle text);
 /* Ends the demo when a call failed, with the library's text for it. */
 void Check(int32_t code, KrdFileHandle file, const char* call);
+/* The folder the demo records in, written into folder: the one requested
+ * (made if missing), or a new one under the system's temporary folder. */
+int MakeDemoFolder(char* folder, size_t size, const char* requested);
 /* Opens a pair in mode (0 read, 1 record, 2 edit) or ends the demo. */
 KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode);
 

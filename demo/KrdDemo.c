@@ -21,7 +21,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
 
 #include "DemoHost.h"
 #include "DemoPrint.h"
@@ -143,12 +142,9 @@ static void Edit(const char* krd, const char* krq) {
 }
 
 int main(int argc, char** argv) {
-  char folder[256] = "/tmp/krd-demo-XXXXXX";
-  if (argc > 1) {
-    snprintf(folder, sizeof folder, "%s", argv[1]);
-    mkdir(folder, 0777);
-  } else if (mkdtemp(folder) == NULL) {
-    perror("mkdtemp");
+  char folder[256];
+  if (MakeDemoFolder(folder, sizeof folder, argc > 1 ? argv[1] : NULL) != 0) {
+    perror("Making the demo's folder");
     return 1;
   }
   char krd[300];

@@ -41,6 +41,11 @@
  * file handle are serialised by the library. Each open index batches its
  * writes and a background thread commits them on time (see Initialize).
  *
+ * Windows programs. <windows.h> defines CreateEvent as a macro for its own
+ * function; a C program that includes it as well must #undef CreateEvent
+ * after it to call this library's CreateEvent. (Hosts that call the DLL's
+ * functions by name are not affected.)
+ *
  * File functions. Every function after the library functions takes the
  * file handle first, then its arguments, then the address of its output (if
  * any). Modifying functions fail with 29 on a file opened for reading; in

@@ -1,6 +1,7 @@
 #include "KrdFileLib/Index/SqliteDatabase.h"
 
 #include "KrdFileLib/Errors.h"
+#include "KrdFileLib/PlatformFile.h"
 
 namespace Varnholt::KrdFiles::Index {
 
@@ -20,7 +21,9 @@ std::optional<SqliteDatabase> SqliteDatabase::Open(const std::string& path, int 
   sqlite3* handle = nullptr;
   // A connection is only ever used under its file object's lock, so SQLite's
   // own per-call locking would only cost time.
-  const int result = sqlite3_open_v2(path.c_str(), &handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+  // The host's path bytes are in the system's code page; SQLite takes UTF-8.
+  const int result = sqlite3_open_v2(PlatformFile::ToUtf8(path).c_str(), &handle,
+                                     flags | SQLITE_OPEN_NOMUTEX, nullptr);
   SqliteDatabase database(handle);  // owns the handle on every path
   if (result != SQLITE_OK) return std::nullopt;
   return database;

@@ -15,11 +15,36 @@
 
 #include "KrdFileLibApi.h"
 
+/* The run-time functions this program offers the library, exported so that
+ * the library finds them among the program's symbols. */
+#if defined(_WIN32)
+#include <direct.h>
+#include <windows.h>
+#undef CreateEvent /* <windows.h> names its own CreateEventA so */
+#define HOST_EXPORT __declspec(dllexport)
+#else
+#include <sys/stat.h>
+#define HOST_EXPORT __attribute__((visibility("default")))
+#endif
+
+/* A new folder of this test's own under the system's temporary folder. */
+static int MakeTestFolder(char* folder, size_t size) {
+#if defined(_WIN32)
+  char base[MAX_PATH];
+  if (GetTempPathA(sizeof base, base) == 0) return -1;
+  snprintf(folder, size, "%skrd-c-host-%lu", base, (unsigned long)GetCurrentProcessId());
+  return _mkdir(folder);
+#else
+  snprintf(folder, size, "/tmp/krd-c-host-XXXXXX");
+  return mkdtemp(folder) == NULL ? -1 : 0;
+#endif
+}
+
 static int handles_made = 0;
 static int handles_disposed = 0;
 static int failures = 0;
 
-__attribute__((visibility("default"))) void** AZNewHandle(size_t bytes) {
+HOST_EXPORT void** AZNewHandle(size_t bytes) {
   void** handle = malloc(sizeof *handle);
   if (handle == NULL) return NULL;
   *handle = malloc(bytes);
@@ -27,7 +52,7 @@ __attribute__((visibility("default"))) void** AZNewHandle(size_t bytes) {
   return handle;
 }
 
-__attribute__((visibility("default"))) int32_t AZDisposeHandle(void** handle) {
+HOST_EXPORT int32_t AZDisposeHandle(void** handle) {
   free(*handle);
   free(handle);
   ++handles_disposed;
@@ -258,10 +283,10 @@ static void DeleteAll(KrdFileHandle file) {
 }
 
 int main(void) {
-  char folder[] = "/tmp/krd-c-host-XXXXXX";
-  if (mkdtemp(folder) == NULL) return 2;
-  char krd[64];
-  char krq[64];
+  char folder[200];
+  if (MakeTestFolder(folder, sizeof folder) != 0) return 2;
+  char krd[256];
+  char krq[256];
   snprintf(krd, sizeof krd, "%s/c.krd", folder);
   snprintf(krq, sizeof krq, "%s/c.krq", folder);
   KrdString* krd_path = NewString(krd);

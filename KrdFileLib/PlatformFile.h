@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "CommonLib/NonCopyableClassBase.h"
+
+namespace Varnholt::KrdFiles {
+
+// The operating system's side of a data file: one open file and the few
+// calls the data file stream makes on it, with 64-bit offsets throughout so
+// that a 32-bit process reaches past 4 GiB. PlatformFilePosix.cpp and
+// PlatformFileWin32.cpp implement it; what each call means for a recording
+// (codes, messages, cutting back a torn append) is KrdInstance's.
+//
+// Paths are the host's bytes: on Windows in the system's ANSI code page, as
+// the host's own file functions take them. While a file is open, another
+// process may open the same recording to read it, or write it.
+class PlatformFile : public CommonLib::NonCopyableClassBase {
+ public:
+  enum class OpenResult { kOpened, kMissing, kExists, kFailed };
+
+  PlatformFile() = default;
+  ~PlatformFile() { Close(); }
+
+  // True when something exists at the path (a directory counts).
+  static bool Exists(const std::string& path);
+  // Removes the file at path, if any; false when it could not be removed.
+  static bool Remove(const std::string& path);
+  // The path as SQLite takes file names (UTF-8).
+  static std::string ToUtf8(const std::string& path);
+
+  // A new empty file, read and write; kExists when something is already at
+  // the path, which is never replaced.
+  OpenResult CreateNew(const std::string& path);
+  // An existing file, read and write; kMissing when there is none.
+  OpenResult OpenExisting(const std::string& path);
+  void Close() noexcept;
+  bool IsOpen() const;
+
+  // The file's length, or nothing when the system cannot tell.
+  std::optional<uint64_t> Size() const;
+  // Reads up to into.size() bytes at offset; how many there were (fewer at
+  // the end of the file), or nothing on a read error.
+  std::optional<std::size_t> ReadAt(uint64_t offset, std::span<uint8_t> into);
+  // Writes the pieces back to back from offset, resuming after short
+  // writes; false when not all of them could be written.
+  bool WriteAt(uint64_t offset, std::span<const std::span<const uint8_t>> pieces);
+  // Cuts the file to length bytes.
+  bool Truncate(uint64_t length);
+
+ private:
+#if defined(_WIN32)
+  void* handle_ = nullptr;
+#else
+  int descriptor_ = -1;
+#endif
+};
+
+}  // namespace Varnholt::KrdFiles

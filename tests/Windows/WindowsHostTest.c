@@ -1,0 +1,142 @@
+/* What a Windows host meets that a Linux one does not: file names in the
+ * system's ANSI code page, and a recording read by a second process while
+ * it is being recorded.
+ *
+ *   WindowsHostTest              runs the tests
+ *   WindowsHostTest read K Q L   the second process: opens K and Q for
+ *                                reading and expects the label L */
+
+#include <windows.h>
+#undef CreateEvent /* <windows.h> names its own CreateEventA so */
+
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "KrdFileLibApi.h"
+
+static int failures = 0;
+
+#define CHECK(condition)                                              \
+  do {                                                                \
+    if (!(condition)) {                                               \
+      fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition); \
+      ++failures;                                                     \
+    }                                                                 \
+  } while (0)
+
+static KrdString* NewString(const char* bytes) {
+  const size_t length = strlen(bytes);
+  KrdString* block = malloc(sizeof(KrdString) + length);
+  block->cnt = (int32_t)length;
+  memcpy(block->str, bytes, length);
+  return block;
+}
+
+static KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode) {
+  KrdString* krd_path = NewString(krd);
+  KrdString* krq_path = NewString(krq);
+  KrdFileHandle file = 0;
+  const int32_t code = Open(&krd_path, &krq_path, mode, &file);
+  if (code != 0) fprintf(stderr, "Open %s in mode %u: %d\n", krd, (unsigned)mode, code);
+  free(krd_path);
+  free(krq_path);
+  return file;
+}
+
+static int LabelIs(KrdFileHandle file, const char* expected) {
+  KrdStringHandle label = NULL;
+  const int equal = GetFileLabel(file, &label) == 0 && (size_t)(*label)->cnt == strlen(expected) &&
+                    memcmp((*label)->str, expected, strlen(expected)) == 0;
+  DisposeHostHandle(label);
+  return equal;
+}
+
+/* Whether a file has the name the system's code page gives path's bytes. */
+static int ExistsAsNamed(const char* path) {
+  wchar_t wide[MAX_PATH];
+  if (MultiByteToWideChar(CP_ACP, 0, path, -1, wide, MAX_PATH) == 0) return 0;
+  return GetFileAttributesW(wide) != INVALID_FILE_ATTRIBUTES;
+}
+
+/* Both files of a recording whose names hold a byte above 127 (an accented
+ * letter in the Western code pages) carry the names the code page gives. */
+static void RecordsUnderANonAsciiName(const char* folder) {
+  char krd[MAX_PATH];
+  char krq[MAX_PATH];
+  snprintf(krd, sizeof krd, "%s\\Messung \xE9t\xE9.krd", folder);
+  snprintf(krq, sizeof krq, "%s\\Messung \xE9t\xE9.krq", folder);
+  KrdString* label = NewString("summer");
+  const KrdFileHandle recorder = OpenPair(krd, krq, 1);
+  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == 0);
+  CHECK(Close(recorder) == 0);
+  CHECK(ExistsAsNamed(krd));
+  CHECK(ExistsAsNamed(krq));
+  const KrdFileHandle reader = OpenPair(krd, krq, 0);
+  CHECK(reader != 0 && LabelIs(reader, "summer"));
+  CHECK(Close(reader) == 0);
+  free(label);
+}
+
+/* Runs this program as the second process; its exit code. */
+static DWORD RunReader(const char* krd, const char* krq, const char* label) {
+  char program[MAX_PATH];
+  char command[3 * MAX_PATH + 64];
+  GetModuleFileNameA(NULL, program, sizeof program);
+  snprintf(command, sizeof command, "\"%s\" read \"%s\" \"%s\" %s", program, krd, krq, label);
+  STARTUPINFOA startup;
+  ZeroMemory(&startup, sizeof startup);
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process;
+  if (!CreateProcessA(NULL, command, NULL, NULL, FALSE, 0, NULL, NULL, &startup, &process)) {
+    return 99;
+  }
+  WaitForSingleObject(process.hProcess, 60000);
+  DWORD code = 98;
+  GetExitCodeProcess(process.hProcess, &code);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  return code;
+}
+
+/* A second process reads the recording while this one records it, and
+ * again after it changed. Every statement commits at once (batch size 1),
+ * so the reader sees what was recorded. */
+static void IsReadByAnotherProcessWhileRecorded(const char* folder) {
+  char krd[MAX_PATH];
+  char krq[MAX_PATH];
+  snprintf(krd, sizeof krd, "%s\\shared.krd", folder);
+  snprintf(krq, sizeof krq, "%s\\shared.krq", folder);
+  const KrdLibrarySettings settings = {4096, NULL, 1, 1000};
+  CHECK(Initialize(&settings) == 0);
+  KrdString* label = NewString("live");
+  KrdString* relabel = NewString("later");
+  const KrdFileHandle recorder = OpenPair(krd, krq, 1);
+  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == 0);
+  CHECK(RunReader(krd, krq, "live") == 0);
+  CHECK(SetFileLabel(recorder, &relabel) == 0);
+  CHECK(RunReader(krd, krq, "later") == 0);
+  CHECK(Close(recorder) == 0);
+  free(label);
+  free(relabel);
+}
+
+int main(int argc, char** argv) {
+  if (argc == 5 && strcmp(argv[1], "read") == 0) {
+    const KrdFileHandle reader = OpenPair(argv[2], argv[3], 0);
+    const int ok = reader != 0 && LabelIs(reader, argv[4]) && Close(reader) == 0;
+    return ok ? 0 : 1;
+  }
+  char base[MAX_PATH];
+  char folder[MAX_PATH];
+  GetTempPathA(sizeof base, base);
+  snprintf(folder, sizeof folder, "%skrd-windows-host-%lu", base,
+           (unsigned long)GetCurrentProcessId());
+  if (!CreateDirectoryA(folder, NULL)) return 2;
+  RecordsUnderANonAsciiName(folder);
+  IsReadByAnotherProcessWhileRecorded(folder);
+  CHECK(Terminate() == 0);
+  if (failures == 0) printf("Windows host: all checks passed\n");
+  return failures == 0 ? 0 : 1;
+}
