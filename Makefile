@@ -1,4 +1,6 @@
-# Thin wrapper around CMake and CTest.
+# Thin wrapper around CMake and CTest. Every target first installs the
+# Debian packages the build needs when any is missing (scripts/install-deps;
+# silent when none is).
 #   make demo   builds the library and runs the demo recording
 #   make test   builds everything and runs every test
 #   make bench  builds and runs the benchmarks
@@ -9,11 +11,14 @@ BUILD_DIR   ?= build
 CMAKE_FLAGS ?=
 JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all configure build demo test bench clean
+.PHONY: all deps configure build demo test bench clean
 
 all: build
 
-configure:
+deps:
+	@scripts/install-deps
+
+configure: deps
 	cmake -S . -B $(BUILD_DIR) $(CMAKE_FLAGS)
 
 build: configure
