@@ -4,6 +4,12 @@
 #   make demo   builds the library and runs the demo recording
 #   make test   builds everything and runs every test
 #   make bench  builds and runs the benchmarks
+#   make windows64  cross-builds KrdFileLibApi.dll for 64-bit Windows and tests
+#                   it under Wine (build-win64/bin)
+#   make windows32  cross-builds KrdFileLibApi.dll for 32-bit Windows and checks
+#                   it statically (build-win32/bin)
+# The Windows targets first install the MinGW-w64 compilers, Wine and what
+# builds SQLite from Debian's source package (scripts/install-windows-deps).
 # BUILD_DIR and CMAKE_FLAGS select other build variants, e.g.
 #   make test BUILD_DIR=build-asan CMAKE_FLAGS="-DKRD_SANITIZE=address,undefined"
 
@@ -11,7 +17,7 @@ BUILD_DIR   ?= build
 CMAKE_FLAGS ?=
 JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build demo test bench clean
+.PHONY: all deps configure build demo test bench clean windows-deps windows64 windows32
 
 all: build
 
@@ -36,3 +42,11 @@ bench: build
 
 clean:
 	rm -rf $(BUILD_DIR)
+
+windows-deps: deps
+	@scripts/install-windows-deps
+
+windows64 windows32: windows%: windows-deps
+	cmake -S . -B build-win$* -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-mingw-$(if $(filter 64,$*),x86_64,i686).cmake $(CMAKE_FLAGS)
+	cmake --build build-win$* -j $(JOBS)
+	ctest --test-dir build-win$* --output-on-failure
