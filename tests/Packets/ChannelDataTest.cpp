@@ -1,8 +1,9 @@
-// Data blocks' frame checks and end times, and reading one channel's
-// samples back by time window.
+// Reading one channel's samples out of data blocks where the exported
+// functions cannot show it: frames past the window stay unread, and a
+// channel outside its group's frames is refused. (Samples, windows and
+// continuation times are checked against a model through the C interface.)
 
 #include <filesystem>
-#include <tuple>
 
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/DataPacket.h"
@@ -10,51 +11,6 @@
 
 namespace Varnholt::KrdFiles::Packets {
 namespace {
-
-constexpr int64_t kNone = ChannelData::kNoMoreData;
-
-struct BlockCase {
-  const char* name;
-  uint8_t channel_count;
-  uint16_t data_type;
-  uint64_t sample_bytes;
-  int64_t end_time;  // of a block at 1000 with divisor 10, when it is accepted
-  int32_t code;
-  std::string message;
-};
-
-void PrintTo(const BlockCase& block, std::ostream* out) { *out << block.name; }
-
-const std::string kNotWholeFrames =
-    "The channel group data to be recorded was no an integer multiple of the channel sample size.";
-
-const BlockCase kBlockCases[] = {
-    {"TenFrames", 3, kTwoByteType, 60, 1090, 0, ""},
-    {"OneFrame", 3, kTwoByteType, 6, 1000, 0, ""},
-    {"PartOfAFrame", 3, kTwoByteType, 61, 0, 47, kNotWholeFrames},
-    {"NoBytes", 3, kTwoByteType, 0, 0, 47,
-     "The channel group data to be recorded has zero length."},
-    {"GroupWithoutChannels", 0, kTwoByteType, 6, 0, 47, kNotWholeFrames},
-    {"UnregisteredDataType", 3, 99, 6, 0, 36, "The specified data-type ID (99) is not registered."},
-};
-
-class DataBlockTest : public PacketFileTest, public ::testing::WithParamInterface<BlockCase> {};
-
-TEST_P(DataBlockTest, AcceptsWholeFramesOnlyAndEndsAtTheLastFrame) {
-  const BlockCase& block = GetParam();
-  const ChannelGroupPacket group(10, block.channel_count, block.data_type);
-  std::shared_ptr<DataPacket> packet;
-  EXPECT_EQ(Failure([&] {
-              packet = std::make_shared<DataPacket>(group, 1000, Bytes(block.sample_bytes));
-            }),
-            std::make_pair(block.code, block.message));
-  if (packet) {
-    EXPECT_EQ(packet->EndTimeOffset(), block.end_time);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, DataBlockTest, ::testing::ValuesIn(kBlockCases),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 // Group 1 has three channels of 2-byte samples, one frame every 10 ticks.
 // Block A has frames at 100 to 140, block B at 200 to 220. The channel
@@ -92,44 +48,6 @@ class ChannelReadTest : public PacketFileTest {
   std::shared_ptr<ChannelGroupPacket> group_;
   std::shared_ptr<ChannelPacket> channel_ = std::make_shared<ChannelPacket>(1, 1, 1, "");
 };
-
-struct WindowCase {
-  int64_t first;
-  int64_t last;
-  int64_t forward_continuation;
-  int64_t backward_continuation;
-};
-
-class ChannelWindowTest : public ChannelReadTest,
-                          public ::testing::WithParamInterface<std::tuple<WindowCase, uint64_t>> {};
-
-// Each window is read forward from its first tick and backward from its
-// last; both give its samples in time order. Chunk sizes of one byte and of
-// one frame plus a bit read one frame at a time.
-TEST_P(ChannelWindowTest, ReadsTheSamplesInTheWindowAndWhereDataContinues) {
-  const auto& [window, chunk_size] = GetParam();
-  const int64_t length = window.last - window.first + 1;
-  const ChannelData forward =
-      channel_->GetChannelData(index_, file_, window.first, length, chunk_size);
-  const ChannelData backward =
-      channel_->GetChannelData(index_, file_, window.last, -length, chunk_size);
-  EXPECT_EQ(forward.samples, ExpectedSamples(window.first, window.last));
-  EXPECT_EQ(backward.samples, forward.samples);
-  EXPECT_EQ(forward.continuation_time, window.forward_continuation);
-  EXPECT_EQ(backward.continuation_time, window.backward_continuation);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Windows, ChannelWindowTest,
-    ::testing::Combine(::testing::Values(WindowCase{95, 125, 130, kNone},   // ends between frames
-                                         WindowCase{105, 130, 140, 100},    // starts between
-                                         WindowCase{110, 110, 120, 100},    // a single tick
-                                         WindowCase{100, 140, 200, kNone},  // all of block A
-                                         WindowCase{135, 205, 210, 130},    // spans both blocks
-                                         WindowCase{141, 199, 200, 140},    // between the blocks
-                                         WindowCase{221, 300, kNone, 220},  // after the last
-                                         WindowCase{0, 99, 100, kNone}),    // before the first
-                       ::testing::Values(1u, 6u, 7u, 13u, 1u << 20)));
 
 // Block A's last two frames are cut off the file: a window that stops
 // before them is read without touching them, in one large chunk.
