@@ -80,8 +80,13 @@ int MakeDemoFolder(char* folder, size_t size, const char* requested) {
   }
   char base[MAX_PATH];
   if (GetTempPathA(sizeof base, base) == 0) return -1;
-  snprintf(folder, size, "%skrd-demo-%lu", base, (unsigned long)GetCurrentProcessId());
-  return _mkdir(folder);
+  /* Process ids come back, so the first name that is still free. */
+  for (unsigned attempt = 0; attempt < 1000; ++attempt) {
+    snprintf(folder, size, "%skrd-demo-%lu-%u", base, (unsigned long)GetCurrentProcessId(),
+             attempt);
+    if (_mkdir(folder) == 0) return 0;
+  }
+  return -1;
 #else
   if (requested != NULL) {
     snprintf(folder, size, "%s", requested);

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "KrdFileLibApi.h"
+#include "../TestSupport/CCheck.h"
 
 /* The run-time functions this program offers the library, exported so that
  * the library finds them among the program's symbols. */
@@ -32,8 +33,13 @@ static int MakeTestFolder(char* folder, size_t size) {
 #if defined(_WIN32)
   char base[MAX_PATH];
   if (GetTempPathA(sizeof base, base) == 0) return -1;
-  snprintf(folder, size, "%skrd-c-host-%lu", base, (unsigned long)GetCurrentProcessId());
-  return _mkdir(folder);
+  /* Process ids come back, so the first name that is still free. */
+  for (unsigned attempt = 0; attempt < 1000; ++attempt) {
+    snprintf(folder, size, "%skrd-c-host-%lu-%u", base, (unsigned long)GetCurrentProcessId(),
+             attempt);
+    if (_mkdir(folder) == 0) return 0;
+  }
+  return -1;
 #else
   snprintf(folder, size, "/tmp/krd-c-host-XXXXXX");
   return mkdtemp(folder) == NULL ? -1 : 0;
@@ -58,14 +64,6 @@ HOST_EXPORT int32_t AZDisposeHandle(void** handle) {
   ++handles_disposed;
   return 0;
 }
-
-#define CHECK(condition)                                              \
-  do {                                                                \
-    if (!(condition)) {                                               \
-      fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition); \
-      ++failures;                                                     \
-    }                                                                 \
-  } while (0)
 
 /* The block of a host string or byte array: the count and the bytes. The
  * handle to pass is the address of a variable pointing to it. */

@@ -55,6 +55,8 @@ int main(int argc, char** argv) {
   snprintf(krd, sizeof krd, "%skrd-unload-%lu.krd", base, (unsigned long)GetCurrentProcessId());
   snprintf(krq, sizeof krq, "%skrd-unload-%lu.krq", base, (unsigned long)GetCurrentProcessId());
 
+  DeleteFileA(krd); /* left by an earlier run that ended with them open */
+  DeleteFileA(krq);
   HMODULE dll = LoadLibraryA(kDll);
   if (dll == NULL) return 2;
   if (!StartRecording(dll, krd, krq)) return 4;

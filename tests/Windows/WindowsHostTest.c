@@ -15,16 +15,9 @@
 #include <string.h>
 
 #include "KrdFileLibApi.h"
+#include "../TestSupport/CCheck.h"
 
 static int failures = 0;
-
-#define CHECK(condition)                                              \
-  do {                                                                \
-    if (!(condition)) {                                               \
-      fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition); \
-      ++failures;                                                     \
-    }                                                                 \
-  } while (0)
 
 static KrdString* NewString(const char* bytes) {
   const size_t length = strlen(bytes);
@@ -131,9 +124,13 @@ int main(int argc, char** argv) {
   char base[MAX_PATH];
   char folder[MAX_PATH];
   GetTempPathA(sizeof base, base);
-  snprintf(folder, sizeof folder, "%skrd-windows-host-%lu", base,
-           (unsigned long)GetCurrentProcessId());
-  if (!CreateDirectoryA(folder, NULL)) return 2;
+  /* Process ids come back, so the first name that is still free. */
+  unsigned attempt = 0;
+  do {
+    snprintf(folder, sizeof folder, "%skrd-windows-host-%lu-%u", base,
+             (unsigned long)GetCurrentProcessId(), attempt);
+  } while (!CreateDirectoryA(folder, NULL) && ++attempt < 1000);
+  if (attempt == 1000) return 2;
   RecordsUnderANonAsciiName(folder);
   IsReadByAnotherProcessWhileRecorded(folder);
   CHECK(Terminate() == 0);
