@@ -29,9 +29,13 @@ void KrdInstance::Create() {
   }
 }
 
-void KrdInstance::Open() {
+void KrdInstance::Open() { OpenExisting(PlatformFile::Access::kReadWrite); }
+
+void KrdInstance::OpenForReading() { OpenExisting(PlatformFile::Access::kReadOnly); }
+
+void KrdInstance::OpenExisting(PlatformFile::Access access) {
   Close();
-  if (file_.OpenExisting(path_) == OpenResult::kOpened) return;
+  if (file_.OpenExisting(path_, access) == OpenResult::kOpened) return;
   if (Exists()) throw Errors::KrdFileOpenFailed(path_);
   throw Errors::KrdFileDoesNotExist();
 }
@@ -99,6 +103,18 @@ void KrdInstance::WriteAt(uint64_t offset, std::span<const uint8_t> bytes) {
   if (!file_.WriteAt(offset, pieces)) throw Errors::KrdFileWriteFailed();
   if (own_end_) own_end_ = std::max(*own_end_, offset + bytes.size());
 }
+
+void KrdInstance::Sync() {
+  RequireOpen();
+  if (!file_.Sync()) throw Errors::KrdFileWriteFailed();
+}
+
+void KrdInstance::TruncateTo(uint64_t length) {
+  RequireOpen();
+  if (!file_.Truncate(length)) throw Errors::KrdFileWriteFailed();
+  if (own_end_) own_end_ = length;
+}
+
 void KrdInstance::AssignEndOffset(Packets::PacketBase& packet) const {
   packet.SetFileOffset(GetEndOffset());
 }

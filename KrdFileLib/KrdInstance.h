@@ -45,6 +45,10 @@ class KrdInstance : public CommonLib::NonCopyableClassBase {
   void Create();
   // Opens an existing file for reading and appending.
   void Open();
+  // Opens an existing file for reading only, so that a recording on
+  // read-only media (a write-protected file, folder, share or archive
+  // mount) can be read. Fails as Open does.
+  void OpenForReading();
   void Close();
 
   // Reads count bytes at offset into buffer (resized to count). Fails with
@@ -75,8 +79,17 @@ class KrdInstance : public CommonLib::NonCopyableClassBase {
   // Writes the packet's image over itself at its own offset (the header only).
   void RewriteInPlace(Packets::PacketBase& packet);
 
+  // Puts everything written so far on the storage device, so that an index
+  // committed afterwards never refers to bytes a power loss could take
+  // back. Fails with code 36 as a write does.
+  void Sync();
+  // Cuts the file back to length bytes: a failed call's own packet, or a
+  // torn tail that repair has first copied aside.
+  void TruncateTo(uint64_t length);
+
  private:
   void RequireOpen() const;
+  void OpenExisting(PlatformFile::Access access);
   // Appends the pieces back to back with one gathered write; a failed or
   // short write is cut back off.
   void AppendPieces(std::span<const std::span<const uint8_t>> pieces);

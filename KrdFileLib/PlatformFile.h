@@ -22,6 +22,7 @@ namespace Varnholt::KrdFiles {
 class PlatformFile : public CommonLib::NonCopyableClassBase {
  public:
   enum class OpenResult { kOpened, kMissing, kExists, kFailed };
+  enum class Access { kReadWrite, kReadOnly };
 
   PlatformFile() = default;
   ~PlatformFile() { Close(); }
@@ -36,8 +37,9 @@ class PlatformFile : public CommonLib::NonCopyableClassBase {
   // A new empty file, read and write; kExists when something is already at
   // the path, which is never replaced.
   OpenResult CreateNew(const std::string& path);
-  // An existing file, read and write; kMissing when there is none.
-  OpenResult OpenExisting(const std::string& path);
+  // An existing file, read and write or read only; kMissing when there is
+  // none.
+  OpenResult OpenExisting(const std::string& path, Access access = Access::kReadWrite);
   void Close() noexcept;
   bool IsOpen() const;
 
@@ -51,8 +53,18 @@ class PlatformFile : public CommonLib::NonCopyableClassBase {
   bool WriteAt(uint64_t offset, std::span<const std::span<const uint8_t>> pieces);
   // Cuts the file to length bytes.
   bool Truncate(uint64_t length);
+  // Hands what was written to the storage device (its data, and the
+  // metadata needed to read it back); false when the system reports an
+  // error.
+  bool Sync();
 
  private:
+  // The system's own calls behind WriteAt, Truncate and Sync, which first
+  // ask the installed FileFaultProbe (PlatformFile.cpp).
+  bool WritePieces(uint64_t offset, std::span<const std::span<const uint8_t>> pieces);
+  bool SetLength(uint64_t length);
+  bool SyncToDisk();
+
 #if defined(_WIN32)
   void* handle_ = nullptr;
 #else

@@ -14,13 +14,6 @@
 
 namespace Varnholt::KrdFiles {
 
-namespace {
-
-// Pieces one gathered write takes at most.
-constexpr std::size_t kMaxPieces = 8;
-
-}  // namespace
-
 bool PlatformFile::Exists(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0;
@@ -41,9 +34,10 @@ PlatformFile::OpenResult PlatformFile::CreateNew(const std::string& path) {
   return errno == EEXIST ? OpenResult::kExists : OpenResult::kFailed;
 }
 
-PlatformFile::OpenResult PlatformFile::OpenExisting(const std::string& path) {
+PlatformFile::OpenResult PlatformFile::OpenExisting(const std::string& path, Access access) {
   Close();
-  descriptor_ = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  const int flags = access == Access::kReadOnly ? O_RDONLY : O_RDWR;
+  descriptor_ = ::open(path.c_str(), flags | O_CLOEXEC);
   if (descriptor_ >= 0) return OpenResult::kOpened;
   return errno == ENOENT ? OpenResult::kMissing : OpenResult::kFailed;
 }
@@ -74,10 +68,11 @@ std::optional<std::size_t> PlatformFile::ReadAt(uint64_t offset, std::span<uint8
   return done;
 }
 
-bool PlatformFile::WriteAt(uint64_t offset, std::span<const std::span<const uint8_t>> pieces) {
+bool PlatformFile::WritePieces(uint64_t offset,
+                               std::span<const std::span<const uint8_t>> pieces) {
   // One gathered write for all pieces; a short write resumes where the
   // kernel stopped, dropping the pieces it finished and trimming the next.
-  std::array<iovec, kMaxPieces> vectors{};
+  std::array<iovec, 8> vectors{};
   if (pieces.size() > vectors.size()) return false;
   std::size_t count = 0;
   for (const auto piece : pieces) {
@@ -105,8 +100,15 @@ bool PlatformFile::WriteAt(uint64_t offset, std::span<const std::span<const uint
   return true;
 }
 
-bool PlatformFile::Truncate(uint64_t length) {
+bool PlatformFile::SetLength(uint64_t length) {
   return ::ftruncate(descriptor_, static_cast<off_t>(length)) == 0;
+}
+
+bool PlatformFile::SyncToDisk() {
+  while (::fdatasync(descriptor_) != 0) {
+    if (errno != EINTR) return false;
+  }
+  return true;
 }
 
 }  // namespace Varnholt::KrdFiles

@@ -69,9 +69,10 @@ PlatformFile::OpenResult PlatformFile::CreateNew(const std::string& path) {
                                                                       : OpenResult::kFailed;
 }
 
-PlatformFile::OpenResult PlatformFile::OpenExisting(const std::string& path) {
+PlatformFile::OpenResult PlatformFile::OpenExisting(const std::string& path, Access access) {
   Close();
-  HANDLE handle = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, kShareMode, nullptr,
+  const DWORD rights = access == Access::kReadOnly ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+  HANDLE handle = CreateFileA(path.c_str(), rights, kShareMode, nullptr,
                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle != INVALID_HANDLE_VALUE) {
     handle_ = handle;
@@ -111,7 +112,8 @@ std::optional<std::size_t> PlatformFile::ReadAt(uint64_t offset, std::span<uint8
   return done;
 }
 
-bool PlatformFile::WriteAt(uint64_t offset, std::span<const std::span<const uint8_t>> pieces) {
+bool PlatformFile::WritePieces(uint64_t offset,
+                               std::span<const std::span<const uint8_t>> pieces) {
   for (const auto piece : pieces) {
     std::size_t done = 0;
     while (done < piece.size()) {
@@ -129,7 +131,9 @@ bool PlatformFile::WriteAt(uint64_t offset, std::span<const std::span<const uint
   return true;
 }
 
-bool PlatformFile::Truncate(uint64_t length) {
+bool PlatformFile::SyncToDisk() { return FlushFileBuffers(static_cast<HANDLE>(handle_)) != 0; }
+
+bool PlatformFile::SetLength(uint64_t length) {
   FILE_END_OF_FILE_INFO end{};
   end.EndOfFile.QuadPart = static_cast<LONGLONG>(length);
   return SetFileInformationByHandle(static_cast<HANDLE>(handle_), FileEndOfFileInfo, &end,
