@@ -4,6 +4,9 @@
 #   make demo   builds the library and runs the demo recording
 #   make test   builds everything and runs every test
 #   make bench  builds and runs the benchmarks
+#   make crash-test  kills a recording host at thousands of points and checks
+#                    that the repaired pair keeps every reported block
+#                    (CRASH_POINTS, default 5000)
 #   make windows64  cross-builds KrdFileLibApi.dll for 64-bit Windows and tests
 #                   it under Wine (build-win64/bin)
 #   make windows32  cross-builds KrdFileLibApi.dll for 32-bit Windows and checks
@@ -17,7 +20,9 @@ BUILD_DIR   ?= build
 CMAKE_FLAGS ?=
 JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build demo test bench clean windows-deps windows64 windows32
+CRASH_POINTS ?= 5000
+
+.PHONY: all deps configure build demo test bench crash-test clean windows-deps windows64 windows32
 
 all: build
 
@@ -39,6 +44,10 @@ test: build
 
 bench: build
 	@for b in $(BUILD_DIR)/bench/*Bench; do [ -x "$$b" ] && "$$b"; done
+
+crash-test: configure
+	cmake --build $(BUILD_DIR) -j $(JOBS) --target CrashTests KrdCrashChild
+	KRD_CRASH_POINTS=$(CRASH_POINTS) $(BUILD_DIR)/tests/Crash/CrashTests
 
 clean:
 	rm -rf $(BUILD_DIR)

@@ -10,19 +10,10 @@
 
 #include "KrdFileLibApi.h"
 #include "tests/Api/TestHost.h"
+#include "tests/TestSupport/LibrarySetup.h"
 #include "tests/TestSupport/TempDir.h"
 
 namespace Varnholt::Testing {
-
-// Reads a returned string or byte array and disposes of its handle.
-inline std::string TakeBytes(void* handle) {
-  if (handle == nullptr) return "<null handle>";
-  const auto* block = static_cast<const KrdString*>(*static_cast<void**>(handle));
-  std::string bytes(reinterpret_cast<const char*>(block->str),
-                    static_cast<std::size_t>(block->cnt));
-  DisposeHostHandle(handle);
-  return bytes;
-}
 
 // The handle's most recent text, prefixed with the code when
 // GetMostRecentErrorMessage did not return 0.
@@ -45,7 +36,6 @@ class HostFixture : public ::testing::Test {
   static constexpr uint8_t kEdit = 2;
 
  protected:
-
   void SetUp() override {
     ASSERT_NE(run_time_, nullptr) << dlerror();
     ASSERT_EQ(SetLVRTModule(run_time_), 0);
@@ -58,30 +48,13 @@ class HostFixture : public ::testing::Test {
     EXPECT_EQ(LiveRunTimeHandles(), live_at_start_) << "a returned handle was not disposed of";
   }
 
-  // A data type of the tests' registry: its ID and the size of one sample.
-  struct DataType {
-    uint16_t id;
-    uint16_t sample_size;
-  };
+  using DataType = Testing::DataType;
   // Initializes the library with these limits, read chunk size and data
   // types (which replace those of earlier calls).
   static void Configure(int32_t batch_size, int32_t commit_interval_ms,
                         uint32_t read_chunk_size = 64 * 1024,
                         const std::vector<DataType>& data_types = {}) {
-    std::vector<uint16_t> table(2 * 2 + 2 * data_types.size());  // room for the two counts
-    const int32_t rows = static_cast<int32_t>(data_types.size());
-    const int32_t columns = 2;
-    std::memcpy(table.data(), &rows, sizeof rows);
-    std::memcpy(table.data() + 2, &columns, sizeof columns);
-    for (std::size_t row = 0; row < data_types.size(); ++row) {
-      table[4 + 2 * row] = data_types[row].id;
-      table[4 + 2 * row + 1] = data_types[row].sample_size;
-    }
-    void* block = table.data();
-    const KrdLibrarySettings settings{read_chunk_size,
-                                      reinterpret_cast<KrdU16Array2DHandle>(&block), batch_size,
-                                      commit_interval_ms};
-    ASSERT_EQ(Initialize(&settings), 0);
+    ASSERT_EQ(InitializeLibrary(batch_size, commit_interval_ms, read_chunk_size, data_types), 0);
   }
 
   // Opens name.krd with name.krq (or another index); the handle is closed at

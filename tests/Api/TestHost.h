@@ -37,4 +37,14 @@ class HostBytes {
   void* block_;
 };
 
+// Reads a returned string or byte array and disposes of its handle.
+inline std::string TakeBytes(void* handle) {
+  if (handle == nullptr) return "<null handle>";
+  const auto* block = static_cast<const KrdString*>(*static_cast<void**>(handle));
+  std::string bytes(reinterpret_cast<const char*>(block->str),
+                    static_cast<std::size_t>(block->cnt));
+  DisposeHostHandle(handle);
+  return bytes;
+}
+
 }  // namespace Varnholt::Testing

@@ -1,0 +1,201 @@
+// A recording under failing writes: one write of the recording fails (a
+// short data-file write, or the index's write failing with a full disk or
+// an I/O error), the disk is full for a while, or it stays full until the
+// recording is closed. The write is picked by number across both files, at
+// points spread over every write a clean run of the script makes.
+//
+// What must hold: every failing call returns a data-file or index code with
+// a text; a failing call changes neither file, so a pair that was closed
+// after the fault reads exactly as a clean run of only the calls that
+// returned 0; and a pair whose disk stayed full opens after a repair with
+// every block and event whose call returned 0.
+//
+// KRD_FAULT_POINTS sets how many write numbers each kind of fault is tried
+// at ("all" for every one).
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "KrdFileLib/Exceptions.h"
+#include "KrdFileLib/Recovery/PairRecovery.h"
+#include "tests/Api/HostFixture.h"
+#include "tests/Faults/FaultRun.h"
+
+namespace Varnholt::Testing {
+namespace {
+
+namespace Recovery = KrdFiles::Recovery;
+
+constexpr ScriptShape kShape{
+    .blocks = 300, .max_frames = 40, .event_every = 5, .edits = true, .seed = 7};
+// A small batch, so that the index commits every few calls.
+constexpr int32_t kBatchSize = 8;
+// Tries per call while the disk refuses writes for a while.
+constexpr int kAttempts = 10;
+constexpr int kShards = 4;
+constexpr uint64_t kDefaultPointsPerKind = 160;
+
+struct FaultKind {
+  const char* name;
+  FaultPlan::Kind kind;
+  uint64_t span;
+  int index_error;
+};
+const FaultKind kKinds[] = {
+    {"WriteFailsAsOnAFullDisk", FaultPlan::Kind::kFailOnce, 1, SQLITE_FULL},
+    {"WriteFailsWithAnIoError", FaultPlan::Kind::kFailOnce, 1, SQLITE_IOERR_WRITE},
+    {"DiskFullForSixWrites", FaultPlan::Kind::kDiskFull, 6, SQLITE_FULL},
+    {"DiskFullUntilClosed", FaultPlan::Kind::kDiskFull, FaultPlan::kForever, SQLITE_FULL},
+};
+
+// The codes of a failed data-file write (36) or index statement (41).
+bool IsFaultCode(int32_t code) { return code == 36 || code == 41; }
+
+const RecordingScript& Script() {
+  static const RecordingScript script(kShape);
+  return script;
+}
+
+uint64_t PointsPerKind(uint64_t writes) {
+  const char* setting = std::getenv("KRD_FAULT_POINTS");
+  if (setting == nullptr) return kDefaultPointsPerKind;
+  if (std::string(setting) == "all") return writes;
+  return std::max<uint64_t>(1, std::strtoull(setting, nullptr, 10));
+}
+
+// The write numbers a shard of a kind tries: evenly spread over all writes,
+// each kind shifted so that together they try more distinct numbers.
+std::vector<uint64_t> Points(uint64_t writes, int kind, int shard) {
+  const uint64_t stride = std::max<uint64_t>(1, writes / PointsPerKind(writes));
+  std::vector<uint64_t> points;
+  uint64_t number = 1 + (static_cast<uint64_t>(kind) * 7) % stride;
+  for (uint64_t index = 0; number <= writes; ++index, number += stride) {
+    if (index % kShards == static_cast<uint64_t>(shard)) points.push_back(number);
+  }
+  return points;
+}
+
+class FaultInjectionTest : public HostFixture,
+                           public ::testing::WithParamInterface<std::tuple<int, int>> {
+ protected:
+  struct Pair {
+    TempDir dir;
+    std::string krd = dir.File("f.krd");
+    std::string krq = dir.File("f.krq");
+  };
+
+  void SetUp() override {
+    HostFixture::SetUp();
+    ASSERT_EQ(RecordingScript::InitializeLibrary(kBatchSize, 600000), 0);
+  }
+
+  // What a clean run of the steps leaves: its snapshot, and for the whole
+  // script the number of writes it makes.
+  struct CleanRun {
+    std::string snapshot;
+    uint64_t writes = 0;
+  };
+  static const CleanRun& Clean(const std::vector<std::size_t>& steps) {
+    static std::map<std::vector<std::size_t>, CleanRun> runs;
+    if (auto found = runs.find(steps); found != runs.end()) return found->second;
+    Pair pair;
+    const ScriptRun run = RunScript(Script(), pair.krd, pair.krq, {FaultPlan{}, 1, &steps});
+    EXPECT_TRUE(run.failures.empty()) << "the clean run failed: " << run.failures.front().call;
+    EXPECT_EQ(run.written.steps, steps);
+    return runs[steps] = {Snapshot(pair.krd, pair.krq), run.writes};
+  }
+  static std::vector<std::size_t> AllSteps() {
+    std::vector<std::size_t> steps(Script().Steps().size());
+    for (std::size_t step = 0; step < steps.size(); ++step) steps[step] = step;
+    return steps;
+  }
+
+  static void ExpectLibraryFailures(const ScriptRun& run) {
+    for (const CallFailure& failure : run.failures) {
+      EXPECT_TRUE(IsFaultCode(failure.code))
+          << failure.call << " returned " << failure.code << ": " << failure.message;
+      if (failure.call != "Close") {
+        EXPECT_FALSE(failure.message.empty()) << failure.call << " returned " << failure.code;
+      }
+    }
+  }
+
+  // Closed after the fault: a clean pair that reads as a clean run of the
+  // calls that returned 0.
+  static void ExpectSameAsCleanRun(const ScriptRun& run, const Pair& pair) {
+    ASSERT_TRUE(run.opened) << DescribeFailures(run);
+    EXPECT_EQ(run.close_code, 0) << DescribeFailures(run);
+    const Recovery::VerifyReport report = Recovery::Verify(pair.krd, pair.krq);
+    EXPECT_TRUE(report.IsClean()) << report.Describe();
+    EXPECT_EQ(Snapshot(pair.krd, pair.krq), Clean(run.written.steps).snapshot);
+    ExpectWrittenReadBack(run, pair);
+  }
+
+  // Closed on a full disk: after a repair the pair is clean and holds every
+  // block and event whose call returned 0. Without its header there is no
+  // recording to repair, which is right only when CreateHeader failed.
+  static void ExpectRepairKeepsWhatWasWritten(const ScriptRun& run, const Pair& pair) {
+    const bool has_header = !run.written.steps.empty() && run.written.steps.front() == 0;
+    try {
+      Recovery::Repair(pair.krd, pair.krq);
+    } catch (const KrdFiles::ApiException& e) {
+      EXPECT_FALSE(has_header) << "Repair failed with " << e.Code() << ": " << e.what();
+      return;
+    }
+    const Recovery::VerifyReport report = Recovery::Verify(pair.krd, pair.krq);
+    EXPECT_TRUE(report.IsClean()) << report.Describe();
+    ExpectWrittenReadBack(run, pair);
+  }
+
+  static void ExpectWrittenReadBack(const ScriptRun& run, const Pair& pair) {
+    KrdFileHandle file = 0;
+    ASSERT_EQ(Open(HostBytes(pair.krd).String(), HostBytes(pair.krq).String(), kRead, &file), 0);
+    EXPECT_THAT(ReadBackProblems(file, Script(), run.written, /*nothing_after=*/true),
+                ::testing::IsEmpty());
+    Close(file);
+  }
+};
+
+TEST_P(FaultInjectionTest, FailingCallsChangeNothingAndSayWhy) {
+  const auto [kind_index, shard] = GetParam();
+  const FaultKind& kind = kKinds[kind_index];
+  const bool until_closed = kind.span == FaultPlan::kForever;
+  const uint64_t writes = Clean(AllSteps()).writes;
+  ASSERT_GT(writes, 0u);
+  for (const uint64_t write : Points(writes, kind_index, shard)) {
+    SCOPED_TRACE(std::string(kind.name) + " at write " + std::to_string(write) + " of " +
+                 std::to_string(writes));
+    const Pair pair;
+    const FaultPlan plan{kind.kind, write, kind.span, kind.index_error,
+                         static_cast<uint32_t>(write)};
+    const ScriptRun run =
+        RunScript(Script(), pair.krd, pair.krq, {plan, until_closed ? 1 : kAttempts});
+    ExpectLibraryFailures(run);
+    if (until_closed) {
+      ExpectRepairKeepsWhatWasWritten(run, pair);
+    } else {
+      ExpectSameAsCleanRun(run, pair);
+    }
+    if (HasFailure()) break;  // the first failing write says most
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, FaultInjectionTest,
+                         ::testing::Combine(::testing::Range(0,
+                                                             static_cast<int>(std::size(kKinds))),
+                                            ::testing::Range(0, kShards)),
+                         [](const ::testing::TestParamInfo<std::tuple<int, int>>& info) {
+                           return std::string(kKinds[std::get<0>(info.param)].name) + "_" +
+                                  std::to_string(std::get<1>(info.param));
+                         });
+
+}  // namespace
+}  // namespace Varnholt::Testing
