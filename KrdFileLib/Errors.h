@@ -50,6 +50,10 @@ inline E3 UnknownPacketType(uint64_t id) { return E3("The packet type Id " + Dec
 
 // 4, 5: the index file's existence.
 inline ApiException IndexFileNotFound() { return ApiException(4, "The index file could not be found."); }
+inline ApiException IndexLogUnreadable() {
+  return ApiException(4, "The index file's write-ahead log holds changes that cannot be read on read-only media; "
+                         "copy the recording to writable media to read it.");
+}
 inline E5 KrqFileNotCreated() { return E5("KRQ file could not be created."); }
 inline E5 KrqFileAlreadyExists() { return E5("KRQ file already exists."); }
 
@@ -154,6 +158,10 @@ inline FileLibraryException<40> HeaderNotCreated() {
 
 // 41: the index database.
 inline E41 SqliteError(const std::string& engine_text) { return E41(engine_text); }
+inline E41 IndexBehind(const std::string& engine_text) {
+  return E41("The index file lost its latest changes to a failed write and could not take them back (" +
+             engine_text + "); the call was not carried out.");
+}
 inline E41 QueryReturnedNoResults() { return E41("Query returned no results."); }
 inline E41 NoAutoIncrementId() { return E41("Statement should have generated an auto-increment id, but did not."); }
 inline E41 QueryNotExecuted() { return E41("Statement must call Execute before anything else."); }
