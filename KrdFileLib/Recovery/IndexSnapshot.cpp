@@ -187,7 +187,7 @@ const OffsetTable& IndexSnapshot::TableOfRow(const Rows& rows) {
 }
 
 IndexSnapshot::Rows IndexSnapshot::ReadGroupRows() {
-  return Rows(Prepare("SELECT group_id, coalesce(\"offset\", -1) FROM " +
+  return Rows(Prepare("SELECT group_id, coalesce(\"offset\", -1), channel_count, data_type FROM " +
                       Quoted(Index::ChannelGroupTable::kTableName)));
 }
 

@@ -63,8 +63,8 @@ class IndexSnapshot : public CommonLib::NonCopyableClassBase {
   Rows ReadOffsetRows();
   static const OffsetTable& TableOfRow(const Rows& rows);
 
-  // The channel_group rows: column 0 the group's ID, column 1 its offset
-  // column (-1 when empty).
+  // The channel_group rows: the group's ID, its offset column (-1 when
+  // empty), its channel count and its data type, in columns 0 to 3.
   Rows ReadGroupRows();
 
   // What the header's row stands for in OffsetRows.

@@ -47,6 +47,11 @@ CheckedPacket PacketCheck::Check(const PacketFrame& frame) {
   return checked;
 }
 
+const ChannelGroupPacket* PacketCheck::LastGroup(uint16_t group_id) const {
+  const auto group = groups_.find(group_id);
+  return group == groups_.end() ? nullptr : group->second.get();
+}
+
 std::optional<std::string> PacketCheck::CheckDataBlock(const PacketFrame& frame) {
   if (frame.body_length < DataPacket::kFixedBodySize) return Errors::PacketTooSmall().Message();
   std::array<uint8_t, 2> id_bytes{};

@@ -47,8 +47,8 @@ class PacketCheck : public CommonLib::NonCopyableClassBase {
 
   // Checks the packet framed at frame, whose body lies within the file.
   CheckedPacket Check(const Packets::PacketFrame& frame);
-  // Whether a channel group packet with this ID has been checked.
-  bool SawGroup(uint16_t group_id) const { return groups_.contains(group_id); }
+  // The last channel group packet checked with this ID, if any.
+  const Packets::ChannelGroupPacket* LastGroup(uint16_t group_id) const;
 
  private:
   std::optional<std::string> CheckDataBlock(const Packets::PacketFrame& frame);

@@ -5,6 +5,7 @@
 
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/IndexConnection.h"
+#include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/HeaderPacket.h"
 
 namespace Varnholt::KrdFiles::Recovery {
@@ -137,10 +138,20 @@ void PairComparison::MatchGroupRows(IndexSnapshot& index, const PacketCheck& che
   for (IndexSnapshot::Rows rows = index.ReadGroupRows(); rows.HasRow(); rows.Next()) {
     const int64_t group_id = rows.Int64(0);
     const bool is_group_id = group_id >= 0 && group_id <= std::numeric_limits<uint16_t>::max();
-    if (is_group_id && check.SawGroup(static_cast<uint16_t>(group_id))) continue;
-    AddBadRow(GroupTable(), rows.Int64(1),
-              "names channel group " + Signed(group_id) + ", which no channel group packet " +
-                  where + " defines");
+    const Packets::ChannelGroupPacket* packet =
+        is_group_id ? check.LastGroup(static_cast<uint16_t>(group_id)) : nullptr;
+    if (packet == nullptr) {
+      AddBadRow(GroupTable(), rows.Int64(1),
+                "names channel group " + Signed(group_id) + ", which no channel group packet " +
+                    where + " defines");
+    } else if (rows.Int64(2) != packet->ChannelCount() || rows.Int64(3) != packet->DataType()) {
+      // Neither can be changed once recorded: the row is of another group.
+      AddBadRow(GroupTable(), rows.Int64(1),
+                "gives channel group " + Signed(group_id) + " " + Signed(rows.Int64(2)) +
+                    " channels of data type " + Signed(rows.Int64(3)) + ", its last packet " +
+                    Decimal(packet->ChannelCount()) + " of data type " +
+                    Decimal(packet->DataType()));
+    }
   }
 }
 

@@ -52,8 +52,10 @@ void CatchUpIndex(const std::string& krd_path, const std::string& krq_path,
   index.Open();
   IndexRestore restore(file, index);
   PairComparison comparison(file, krq_path, ReadOwnHeader(file));
-  comparison.Run(progress, [&](const CheckedPacket& packet) { restore.Restore(packet.frame); });
+  const VerifyReport walked =
+      comparison.Run(progress, [&](const CheckedPacket& packet) { restore.Restore(packet.frame); });
   index.Close();
+  if (walked.index_unusable) throw Errors::SqliteError(*walked.index_unusable);
   done.actions.push_back("restored the index rows of " + Decimal(restore.Restored()) +
                          " packets the index lagged behind on, from offset " +
                          Decimal(done.found.unindexed_packets.front()));
@@ -131,7 +133,15 @@ RepairReport Repair(const std::string& krd_path, const std::string& krq_path,
   if (NeedsNewIndex(found)) {
     RebuildIndex(krd_path, krq_path, progress, done);
   } else if (found.unindexed_count > 0) {
-    CatchUpIndex(krd_path, krq_path, progress, done);
+    try {
+      CatchUpIndex(krd_path, krq_path, progress, done);
+    } catch (const ApiException& failure) {
+      // The rows the index holds do not fit the packets after all (a group
+      // row of another group with the same ID): a new index is built.
+      done.actions.push_back("could not restore the rows the index lagged behind on (" +
+                             failure.Message() + ")");
+      RebuildIndex(krd_path, krq_path, progress, done);
+    }
   }
   return done;
 }

@@ -213,6 +213,11 @@ const DamageCase kDamageCases[] = {
        pair.Sql("INSERT INTO channel_group VALUES (9, 10, 1, 5, -1)");
        return Expected().BadRows({{"channel_group", -1}}).Actions({"rebuilt"});
      }},
+    {"GroupRowOfOtherChannels",  // channel counts and data types cannot be edited
+     [](const Pair& pair) {
+       pair.Sql("UPDATE channel_group SET channel_count = 5 WHERE group_id = 2");
+       return Expected().BadRows({{"channel_group", -1}}).Actions({"rebuilt"});
+     }},
     {"IndexOfAnotherRecording",  // recorded alike, so only the GUID differs
      [](const Pair& pair) {
        const std::string other = pair.krq.substr(0, pair.krq.size() - 7) + "other.krq";
