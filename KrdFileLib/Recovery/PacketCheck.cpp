@@ -33,6 +33,10 @@ CheckedPacket PacketCheck::Check(const PacketFrame& frame) {
     checked.rejection = CheckDataBlock(frame);
     return checked;
   }
+  if (frame.type == PacketTypeId::kHeader && frame.offset != 0) {
+    checked.rejection = "A header packet only ever begins a data file.";
+    return checked;
+  }
   std::shared_ptr<Packets::PacketBase> packet;
   try {
     packet = Packets::ParsePacket(file_, no_index_, frame.offset);

@@ -35,7 +35,8 @@ struct CheckedPacket {
 // as far as its fixed fields and checked against the group it names, taken
 // from the channel group packets seen earlier in the file, since a lagging
 // index may not know the group yet: the block must name such a group and
-// hold whole frames of it, at least one. Its samples are never read.
+// hold whole frames of it, at least one. Its samples are never read. A
+// header anywhere but at the start is rejected too: a file has one header.
 //
 // A block of a group whose data type is not registered cannot be checked;
 // that is the process's state rather than the file's, so it is thrown
