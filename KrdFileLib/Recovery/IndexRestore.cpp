@@ -49,8 +49,10 @@ bool RemoveRowWithKeyOf(PacketBase& packet, Index::IndexConnection& index) {
 IndexRestore::IndexRestore(KrdInstance& file, Index::IndexConnection& index)
     : file_(file), index_(index) {}
 
-void IndexRestore::Restore(const Packets::PacketFrame& frame) {
-  const auto packet = Packets::ParsePacket(file_, index_, frame.offset);
+void IndexRestore::Restore(const CheckedPacket& checked) {
+  const Packets::PacketFrame& frame = checked.frame;
+  const auto packet =
+      checked.packet ? checked.packet : Packets::ParsePacket(file_, index_, frame.offset);
   switch (frame.type) {
     case PacketTypeId::kHeader:
       packet->AddToIndex(index_);

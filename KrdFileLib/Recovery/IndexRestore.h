@@ -4,6 +4,7 @@
 
 #include "CommonLib/NonCopyableClassBase.h"
 #include "KrdFileLib/Packets/PacketBase.h"
+#include "KrdFileLib/Recovery/PacketCheck.h"
 
 namespace Varnholt::KrdFiles {
 class KrdInstance;
@@ -29,8 +30,8 @@ class IndexRestore : public CommonLib::NonCopyableClassBase {
  public:
   IndexRestore(KrdInstance& file, Index::IndexConnection& index);
 
-  // Restores the packet that frame describes (its body has been checked).
-  void Restore(const Packets::PacketFrame& frame);
+  // Restores a packet the walk has checked.
+  void Restore(const CheckedPacket& checked);
 
   uint64_t Restored() const { return restored_; }
   // How many of them replaced a row with their key.

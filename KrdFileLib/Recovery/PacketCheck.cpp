@@ -28,7 +28,7 @@ PacketCheck::PacketCheck(KrdInstance& file) : file_(file), no_index_("", nullptr
 PacketCheck::~PacketCheck() = default;
 
 CheckedPacket PacketCheck::Check(const PacketFrame& frame) {
-  CheckedPacket checked{frame, std::nullopt, 0};
+  CheckedPacket checked{frame, std::nullopt, 0, nullptr};
   if (frame.type == PacketTypeId::kData) {
     checked.rejection = CheckDataBlock(frame);
     return checked;
@@ -37,14 +37,13 @@ CheckedPacket PacketCheck::Check(const PacketFrame& frame) {
     checked.rejection = "A header packet only ever begins a data file.";
     return checked;
   }
-  std::shared_ptr<Packets::PacketBase> packet;
   try {
-    packet = Packets::ParsePacket(file_, no_index_, frame.offset);
+    checked.packet = Packets::ParsePacket(file_, no_index_, frame.offset);
   } catch (const Errors::E3& rejected) {
     checked.rejection = rejected.Message();
     return checked;
   }
-  if (auto group = std::dynamic_pointer_cast<ChannelGroupPacket>(packet)) {
+  if (auto group = std::dynamic_pointer_cast<ChannelGroupPacket>(checked.packet)) {
     checked.group_id = group->GroupId();
     groups_[group->GroupId()] = std::move(group);
   }

@@ -27,6 +27,9 @@ struct CheckedPacket {
   std::optional<std::string> rejection;
   // The ID a channel group packet gives its group.
   uint16_t group_id = 0;
+  // The packet as read, for any kind but a data block (which is read
+  // against the index it goes into when it is restored).
+  std::shared_ptr<Packets::PacketBase> packet;
 };
 
 // Reads each packet of a data file as reindexing would, without an index

@@ -53,7 +53,7 @@ void CatchUpIndex(const std::string& krd_path, const std::string& krq_path,
   IndexRestore restore(file, index);
   PairComparison comparison(file, krq_path, ReadOwnHeader(file));
   const VerifyReport walked =
-      comparison.Run(progress, [&](const CheckedPacket& packet) { restore.Restore(packet.frame); });
+      comparison.Run(progress, [&](const CheckedPacket& packet) { restore.Restore(packet); });
   index.Close();
   if (walked.index_unusable) throw Errors::SqliteError(*walked.index_unusable);
   done.actions.push_back("restored the index rows of " + Decimal(restore.Restored()) +
@@ -79,7 +79,7 @@ BuiltIndex BuildIndex(const std::string& krd_path, const std::string& path,
   IndexRestore restore(file, index);
   PacketCheck check(file);
   PacketWalk walk(file, check, progress);
-  walk.Run([&](const CheckedPacket& packet) { restore.Restore(packet.frame); });
+  walk.Run([&](const CheckedPacket& packet) { restore.Restore(packet); });
   index.Close();
   return BuiltIndex{restore.Restored(), restore.Replaced()};
 }
