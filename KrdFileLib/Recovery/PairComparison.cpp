@@ -1,6 +1,7 @@
 #include "KrdFileLib/Recovery/PairComparison.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 
 #include "KrdFileLib/Errors.h"
@@ -24,6 +25,12 @@ const OffsetTable& GroupTable() {
 
 std::string Signed(int64_t value) { return std::to_string(value); }
 
+// Carries a failure of the caller's own step out of the walk, past the
+// handler that takes the index's failures for an unusable index.
+struct StepFailure {
+  std::exception_ptr failure;
+};
+
 }  // namespace
 
 CommonLib::Uuid ReadOwnHeader(KrdInstance& file) {
@@ -46,6 +53,8 @@ VerifyReport PairComparison::Run(const Progress& progress, const Unindexed& unin
     } else {
       try {
         return Compare(index, progress, unindexed);
+      } catch (const StepFailure& step) {
+        std::rethrow_exception(step.failure);
       } catch (const Errors::E41& failure) {
         unusable = "The index cannot be read: " + failure.Message();
       }
@@ -78,7 +87,12 @@ VerifyReport PairComparison::Compare(IndexSnapshot& index, const Progress& progr
     last_packet_ = packet.frame;
     if (!IsUnindexed(index, packet)) return;
     AddUnindexed(packet.frame.offset);
-    if (unindexed) unindexed(packet);
+    if (!unindexed) return;
+    try {
+      unindexed(packet);
+    } catch (...) {
+      throw StepFailure{std::current_exception()};
+    }
   });
   MatchRemainingRows(rows, end);
   MatchGroupRows(index, check, end);

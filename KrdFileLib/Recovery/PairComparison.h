@@ -39,9 +39,10 @@ class PairComparison : public CommonLib::NonCopyableClassBase {
   PairComparison(KrdInstance& file, const std::string& krq_path, CommonLib::Uuid header_guid);
 
   // Walks the data file once and reports what it found. unindexed, if set,
-  // is called for each unindexed packet as the walk reaches it. An index
-  // that fails part-way through is reported unusable, and the data file is
-  // then walked again on its own.
+  // is called for each unindexed packet as the walk reaches it, and what it
+  // throws ends the walk and is thrown on. An index that fails to be read
+  // part-way through is reported unusable, and the data file is then walked
+  // again on its own.
   VerifyReport Run(const Progress& progress, const Unindexed& unindexed = {});
 
  private:

@@ -93,19 +93,21 @@ struct Pair {
   }
   void Sql(const std::string& statements) const { ASSERT_TRUE(ExecuteSql(krq, statements)); }
   // The index as if the writer had stopped before committing the rows of
-  // the packets from group 2's on: those rows are gone, the annotation too
-  // (group 2's row stays, as a file object writes it without an offset).
-  // Returns the packets that then have no row.
-  std::vector<uint64_t> LagFromGroup2() const {
-    const std::string from = std::to_string(Nth(Kind::kChannelGroup, 1).offset);
+  // the packets from group 2's on: those rows are gone, the annotation too.
+  // Group 2's row has no offset; it stays unless group_row_lost. Returns
+  // the packets that then have no row.
+  std::vector<uint64_t> LagFromGroup2(bool group_row_lost) const {
+    const uint64_t group = Nth(Kind::kChannelGroup, 1).offset;
     std::string sql = "UPDATE file_information SET annotation = '';";
     for (const char* table :
          {"device", "device_attributes", "physical_channel", "physical_channel_attr", "channel",
           "event_source", "event", "data", "post_process"}) {
-      sql += std::string("DELETE FROM ") + table + " WHERE offset >= " + from + ";";
+      sql +=
+          std::string("DELETE FROM ") + table + " WHERE offset >= " + std::to_string(group) + ";";
     }
+    if (group_row_lost) sql += "DELETE FROM channel_group WHERE group_id = 2;";
     Sql(sql);
-    return StartsFrom(Nth(Kind::kChannelGroup, 1).offset + 1);
+    return StartsFrom(group_row_lost ? group : group + 1);
   }
 };
 
@@ -178,15 +180,18 @@ const DamageCase kDamageCases[] = {
            .Actions({"rebuilt"});
      },
      true},
-    {"LaggingIndex",
+    {"LaggingIndexWithItsLastGroupsRow",
      [](const Pair& pair) {
-       return Expected().Unindexed(pair.LagFromGroup2()).Actions({"restored"});
+       return Expected().Unindexed(pair.LagFromGroup2(false)).Actions({"restored"});
      }},
-    {"TornBodyAndLaggingIndex",
+    {"TornBodyAndLaggingIndexWithoutItsLastGroupsRow",
      [](const Pair& pair) {
        const uint64_t end = pair.Size();
        pair.Append(Cut(pair.PacketBytes(pair.Nth(Kind::kEvent, 0)), 9));
-       return Expected().Torn(end).Unindexed(pair.LagFromGroup2()).Actions({"moved", "restored"});
+       return Expected()
+           .Torn(end)
+           .Unindexed(pair.LagFromGroup2(true))
+           .Actions({"moved", "restored"});
      }},
     {"RowPointingInsideAPacket",
      [](const Pair& pair) {
