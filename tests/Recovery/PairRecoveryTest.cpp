@@ -38,6 +38,8 @@ struct Expected {
   bool guid_mismatch = false;
   std::string unusable;  // part of the reason
   std::vector<std::string> actions;
+  // The number the torn tail's side file gets when its name is taken.
+  std::string side_file_number;
 
   Expected& Torn(uint64_t at) { return torn_at = at, *this; }
   Expected& Damage(uint64_t at, std::string reason) {
@@ -52,6 +54,9 @@ struct Expected {
   Expected& GuidMismatch() { return guid_mismatch = true, *this; }
   Expected& Unusable(std::string reason) { return unusable = std::move(reason), *this; }
   Expected& Actions(std::vector<std::string> words) { return actions = std::move(words), *this; }
+  Expected& SideFileNumber(std::string number) {
+    return side_file_number = std::move(number), *this;
+  }
 };
 
 // The pair "rec" as recorded, and the means to damage it.
@@ -139,6 +144,13 @@ const DamageCase kDamageCases[] = {
        const uint64_t end = pair.Size();
        pair.Append(Cut(pair.PacketBytes(pair.Nth(Kind::kData, 0)), 20));
        return Expected().Torn(end).Actions({"moved"});
+     }},
+    {"TornTailWhoseSideFileNameIsTaken",  // the file there is kept as it is
+     [](const Pair& pair) {
+       const uint64_t end = pair.Size();
+       WriteFile(pair.krd + ".torn-" + std::to_string(end), {1, 2, 3});
+       pair.Append(Cut(pair.PacketBytes(pair.Nth(Kind::kEvent, 0)), 7));
+       return Expected().Torn(end).Actions({"moved"}).SideFileNumber("-1");
      }},
     {"ZeroFilledTail",
      [](const Pair& pair) {
@@ -324,8 +336,12 @@ TEST_P(PairRecoveryTest, VerifyFindsTheDamageAndRepairMendsItOnce) {
   std::vector<std::string> side_files;
   const uint64_t whole_end = want.torn_at.value_or(damaged.size());
   if (want.torn_at) {
-    side_files.push_back(pair.krd + ".torn-" + std::to_string(*want.torn_at));
+    const std::string taken = pair.krd + ".torn-" + std::to_string(*want.torn_at);
+    side_files.push_back(taken + want.side_file_number);
     EXPECT_EQ(FileBytes(side_files.back()), Bytes(damaged.begin() + whole_end, damaged.end()));
+    if (!want.side_file_number.empty()) {
+      EXPECT_EQ(FileBytes(taken), (Bytes{1, 2, 3})) << "a side file there already is kept";
+    }
   }
   if (std::count(want.actions.begin(), want.actions.end(), "rebuilt") && had_index) {
     side_files.push_back(pair.krq + ".replaced");
