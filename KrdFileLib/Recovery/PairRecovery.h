@@ -47,8 +47,9 @@ struct VerifyReport {
   // Where the last whole packet starts, when there is one.
   std::optional<uint64_t> last_whole_packet;
 
-  // The last packet cut short (a frame or body that runs past the end, or a
-  // zero-filled tail): where it starts and how many bytes are there.
+  // The last packet cut short (a frame or body that runs past the end, a
+  // zero-filled tail, or a last packet that cannot be read with nothing but
+  // zeros after it): where it starts and how many bytes are there.
   struct TornTail {
     uint64_t offset = 0;
     uint64_t bytes = 0;
@@ -58,7 +59,9 @@ struct VerifyReport {
   };
   std::optional<TornTail> torn_tail;
 
-  // A packet that cannot be parsed although more bytes follow it.
+  // A packet that cannot be read although more bytes follow it (or a
+  // header anywhere but at the start), with the library's own reason. The
+  // walk stops there: nothing after it is looked at.
   struct Damage {
     uint64_t offset = 0;
     std::string reason;
@@ -73,7 +76,9 @@ struct VerifyReport {
 
   // Index rows that point at no packet, or at a packet of another type;
   // listed and counted as the unindexed packets are. A channel group row is
-  // matched by its group's ID; its offset is -1 unless reindexing wrote it.
+  // matched by its group's ID (its offset is -1 unless reindexing or repair
+  // wrote it), and must give the channel count and data type of the last
+  // group packet with that ID, which no edit can change.
   struct BadRow {
     std::string table;
     int64_t offset = 0;
@@ -114,7 +119,10 @@ struct RepairReport {
 };
 
 // Refuses a data file that is not this library's (code 3) before anything
-// is written. Data-file damage in the middle cannot be repaired: the bytes
+// is written. Fails with code 36 when a side file cannot be written or an
+// index cannot be moved, and with the index's own codes when the new or
+// caught-up index cannot be written; the old index is replaced only by a
+// complete new one. Data-file damage in the middle cannot be repaired: the bytes
 // from the damaged packet on stay where they are, the index is made to
 // describe the whole packets before it, and Verify keeps reporting the
 // damage while Repair finds nothing more to do. Progress sees each walk

@@ -20,6 +20,12 @@ using Errors::Decimal;
 
 namespace {
 
+// " (2 of them replaced a row with their key)", when any did.
+std::string Replacements(uint64_t replaced) {
+  if (replaced == 0) return {};
+  return " (" + Decimal(replaced) + " of them replaced a row with their key)";
+}
+
 // The index rows themselves are wrong or unreadable: only a new index
 // built from the data file can be trusted.
 bool NeedsNewIndex(const VerifyReport& found) {
@@ -58,7 +64,8 @@ void CatchUpIndex(const std::string& krd_path, const std::string& krq_path,
   if (walked.index_unusable) throw Errors::SqliteError(*walked.index_unusable);
   done.actions.push_back("restored the index rows of " + Decimal(restore.Restored()) +
                          " packets the index lagged behind on, from offset " +
-                         Decimal(done.found.unindexed_packets.front()));
+                         Decimal(done.found.unindexed_packets.front()) +
+                         Replacements(restore.Replaced()));
 }
 
 // How many packets a new index was built from, and how many of them
@@ -111,10 +118,8 @@ void RebuildIndex(const std::string& krd_path, const std::string& krq_path,
   const std::optional<std::string> old = MoveIndexAside(krq_path, krq_path + ".replaced");
   MoveIndex(rebuilt, krq_path);
   std::string action = "rebuilt the index from the " + Decimal(built.restored) +
-                       " whole packets before offset " + Decimal(done.found.whole_packets_end);
-  if (built.replaced > 0) {
-    action += " (" + Decimal(built.replaced) + " of them replaced a row with their key)";
-  }
+                       " whole packets before offset " + Decimal(done.found.whole_packets_end) +
+                       Replacements(built.replaced);
   if (old) {
     done.side_files.push_back(*old);
     action += "; the old index is now " + *old;

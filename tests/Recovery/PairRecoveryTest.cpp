@@ -205,6 +205,12 @@ const DamageCase kDamageCases[] = {
            .Unindexed(pair.LagFromGroup2(true))
            .Actions({"moved", "restored"});
      }},
+    {"LaggingIndexOfAKeyGivenAgain",  // as an attribute deleted and created again leaves it
+     [](const Pair& pair) {
+       const uint64_t end = pair.Size();
+       pair.Append(pair.PacketBytes(pair.Nth(Kind::kDeviceAttribute, 0)));
+       return Expected().Unindexed({end}).Actions({"restored"});
+     }},
     {"RowPointingInsideAPacket",
      [](const Pair& pair) {
        pair.Sql("UPDATE device SET offset = offset + 3");
