@@ -2,10 +2,12 @@
 
 // The folder a fuzz target works in: on a memory file system when there is
 // one (/dev/shm), since every input is written out as files, and named
-// after the process so that parallel jobs do not meet.
+// after the process so that parallel jobs do not meet. It is removed when
+// the run ends normally; after a crash it stays for a look.
 
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -21,6 +23,12 @@ inline std::filesystem::path FreshFuzzFolder(const std::string& target) {
   const std::filesystem::path folder = base / (target + "-" + std::to_string(::getpid()));
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder);
+  static std::filesystem::path made;
+  made = folder;
+  std::atexit([] {
+    std::error_code ignored;
+    std::filesystem::remove_all(made, ignored);
+  });
   return folder;
 }
 
