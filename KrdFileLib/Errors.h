@@ -137,6 +137,16 @@ inline E36 KrdFileOpenFailed(const std::string& path) {
   return E36("The KRD file (" + path + ") could not be opened due to an unknown error.");
 }
 inline E36 KrdFileWriteFailed() { return E36("The KRD file could not be written to due to an unknown error."); }
+// Recovery's files beside a recording: bytes moved aside, an index replaced.
+inline E36 SideFileNotWritten(const std::string& path) {
+  return E36("The side file (" + path + ") could not be written.");
+}
+inline E36 IndexNotReplaced(const std::string& path) {
+  return E36("The index file (" + path + ") could not be replaced by its rebuilt copy.");
+}
+inline E36 RecordingChangedDuringRepair() {
+  return E36("The recording changed while it was being repaired; nothing was cut.");
+}
 inline E36 StartTimeExceedsEndTime() { return E36("The startTime exceeds endTime."); }
 inline E36 TextTooLong(std::string_view field, uint64_t length, uint64_t limit) {
   return E36("The " + std::string(field) + " is " + Decimal(length) + " bytes long; a packet holds at most " +
