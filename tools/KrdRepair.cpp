@@ -3,9 +3,13 @@
 // only ever moves bytes aside (into side files next to the recording),
 // never discards them.
 //
-//   krd-repair [--check] <recording.krd> [<recording.krq>]
+//   krd-repair [--check] [--data-type ID:BYTES]... <recording.krd> [<recording.krq>]
 //
-// The index defaults to the data file's path with the extension .krq. Exit
+// Data blocks are checked and indexed by whole frames, so the tool needs the
+// sample size of each data type the recording's channel groups use, as the
+// host registers them with Initialize: --data-type 1:2 for a type 1 of
+// 2-byte samples. The index defaults to the data file's path with the
+// extension .krq. Exit
 // status: 0 when the pair was whole (or has been repaired), 1 when --check
 // found something, 2 when the pair cannot be checked (its code and message
 // are printed).
@@ -14,9 +18,12 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "KrdFileLib/DataTypeRegistry.h"
 #include "KrdFileLib/Exceptions.h"
 #include "KrdFileLib/Recovery/PairRecovery.h"
 
@@ -35,8 +42,21 @@ Progress ProgressOnTerminal() {
 }
 
 int Usage() {
-  std::fputs("usage: krd-repair [--check] <recording.krd> [<recording.krq>]\n", stderr);
+  std::fputs(
+      "usage: krd-repair [--check] [--data-type ID:BYTES]... <recording.krd> [<recording.krq>]\n",
+      stderr);
   return 2;
+}
+
+// "ID:BYTES" as a registry entry.
+std::optional<Varnholt::KrdFiles::DataTypeRegistry::Entry> ParseDataType(const std::string& text) {
+  unsigned id = 0;
+  unsigned bytes = 0;
+  char end = 0;
+  if (std::sscanf(text.c_str(), "%u:%u%c", &id, &bytes, &end) != 2 || id > 65535) {
+    return std::nullopt;
+  }
+  return Varnholt::KrdFiles::DataTypeRegistry::Entry{static_cast<uint16_t>(id), bytes};
 }
 
 int Check(const std::string& krd, const std::string& krq) {
@@ -58,18 +78,36 @@ int Repair(const std::string& krd, const std::string& krq) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  int next = 1;
-  const bool check_only = argc > next && std::string_view(argv[next]) == "--check";
-  if (check_only) ++next;
-  if (argc - next < 1 || argc - next > 2) return Usage();
-  const std::string krd = argv[next];
-  const std::string krq =
-      argc - next == 2 ? argv[next + 1]
-                       : std::filesystem::path(krd).replace_extension(".krq").string();
+  bool check_only = false;
+  std::vector<Varnholt::KrdFiles::DataTypeRegistry::Entry> data_types;
+  std::vector<std::string> paths;
+  for (int next = 1; next < argc; ++next) {
+    const std::string_view argument = argv[next];
+    if (argument == "--check") {
+      check_only = true;
+    } else if (argument == "--data-type" && next + 1 < argc) {
+      const auto entry = ParseDataType(argv[++next]);
+      if (!entry) return Usage();
+      data_types.push_back(*entry);
+    } else {
+      paths.emplace_back(argument);
+    }
+  }
+  if (paths.empty() || paths.size() > 2) return Usage();
+  Varnholt::KrdFiles::DataTypeRegistry::Process().Replace(data_types);
+  const std::string& krd = paths[0];
+  const std::string krq = paths.size() == 2
+                              ? paths[1]
+                              : std::filesystem::path(krd).replace_extension(".krq").string();
   try {
     return check_only ? Check(krd, krq) : Repair(krd, krq);
   } catch (const Varnholt::KrdFiles::ApiException& failure) {
     std::fprintf(stderr, "krd-repair: %s (code %d)\n", failure.what(), failure.Code());
+    if (std::string_view(failure.what()).starts_with("The specified data-type ID")) {
+      std::fputs("Name the sample size of each of the recording's data types with "
+                 "--data-type ID:BYTES.\n",
+                 stderr);
+    }
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "krd-repair: %s\n", failure.what());
   }
