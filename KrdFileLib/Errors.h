@@ -50,6 +50,10 @@ inline E3 UnknownPacketType(uint64_t id) { return E3("The packet type Id " + Dec
 
 // 4, 5: the index file's existence.
 inline ApiException IndexFileNotFound() { return ApiException(4, "The index file could not be found."); }
+inline ApiException IndexLogUnreadable() {
+  return ApiException(4, "The index file's write-ahead log holds changes that cannot be read on read-only media; "
+                         "copy the recording to writable media to read it.");
+}
 inline E5 KrqFileNotCreated() { return E5("KRQ file could not be created."); }
 inline E5 KrqFileAlreadyExists() { return E5("KRQ file already exists."); }
 
@@ -133,6 +137,16 @@ inline E36 KrdFileOpenFailed(const std::string& path) {
   return E36("The KRD file (" + path + ") could not be opened due to an unknown error.");
 }
 inline E36 KrdFileWriteFailed() { return E36("The KRD file could not be written to due to an unknown error."); }
+// Recovery's files beside a recording: bytes moved aside, an index replaced.
+inline E36 SideFileNotWritten(const std::string& path) {
+  return E36("The side file (" + path + ") could not be written.");
+}
+inline E36 IndexNotReplaced(const std::string& path) {
+  return E36("The index file (" + path + ") could not be replaced by its rebuilt copy.");
+}
+inline E36 RecordingChangedDuringRepair() {
+  return E36("The recording changed while it was being repaired; nothing was cut.");
+}
 inline E36 StartTimeExceedsEndTime() { return E36("The startTime exceeds endTime."); }
 inline E36 TextTooLong(std::string_view field, uint64_t length, uint64_t limit) {
   return E36("The " + std::string(field) + " is " + Decimal(length) + " bytes long; a packet holds at most " +
@@ -154,6 +168,10 @@ inline FileLibraryException<40> HeaderNotCreated() {
 
 // 41: the index database.
 inline E41 SqliteError(const std::string& engine_text) { return E41(engine_text); }
+inline E41 IndexBehind(const std::string& engine_text) {
+  return E41("The index file lost its latest changes to a failed write and could not take them back (" +
+             engine_text + "); the call was not carried out.");
+}
 inline E41 QueryReturnedNoResults() { return E41("Query returned no results."); }
 inline E41 NoAutoIncrementId() { return E41("Statement should have generated an auto-increment id, but did not."); }
 inline E41 QueryNotExecuted() { return E41("Statement must call Execute before anything else."); }

@@ -1,5 +1,7 @@
 #include "KrdFileLib/KrfFileBase.h"
 
+#include <exception>
+
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/FileInformationTable.h"
 #include "KrdFileLib/Packets/HeaderPacket.h"
@@ -21,6 +23,32 @@ void KrfFileBase::Close() {
     ~CloseDataFile() { file.Close(); }
   } close_data_file{data_file_};
   index_.Close();
+}
+
+KrfFileBase::OperationScope::OperationScope(KrfFileBase& file)
+    : file_(file), lock_(file.mutex_), exceptions_at_start_(std::uncaught_exceptions()) {
+  if (file_.operation_depth_++ == 0) file_.operation_append_start_.reset();
+  file_.index_.BeginOperation();
+}
+
+KrfFileBase::OperationScope::~OperationScope() {
+  const bool succeeded = std::uncaught_exceptions() == exceptions_at_start_;
+  if (--file_.operation_depth_ == 0) file_.EndOperation(succeeded);
+  file_.index_.EndOperation(succeeded);
+}
+
+void KrfFileBase::EndOperation(bool succeeded) noexcept {
+  if (succeeded || !operation_append_start_) return;
+  try {
+    data_file_.TruncateTo(*operation_append_start_);
+  } catch (...) {
+    // The packet stays behind as one the index does not know of, which is
+    // what a crash at this point would leave; repair reports it.
+  }
+}
+
+void KrfFileBase::NoteAppendAt(uint64_t offset) {
+  if (operation_depth_ > 0 && !operation_append_start_) operation_append_start_ = offset;
 }
 
 void KrfFileBase::Reindex() { throw Errors::OnlyAllowedInReindexMode(); }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,11 @@ class PacketBase;
 // Every modifying operation checks in the same order: the mode, then the
 // existence of what it refers to, then uniqueness, then it writes; a refused
 // call changes neither file. Lookups read index rows, never packets.
+//
+// Every operation is all-or-nothing on the pair: it runs inside an
+// OperationScope, and when it fails its index statements are rolled back to
+// where it began and any packet it appended is cut back off the data file,
+// so that no failure, a full disk included, undoes an earlier call.
 class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
                     public CommonLib::NonCopyableClassBase {
  public:
@@ -224,10 +230,25 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
                           uint16_t type, bool is_default, bool is_disabled, const Bytes& data,
                           const std::string& label, bool is_unit_change, const std::string& unit);
 
-  // Holds the file's mutex for the rest of an operation.
-  [[nodiscard]] std::lock_guard<std::recursive_mutex> LockFile() {
-    return std::lock_guard<std::recursive_mutex>(mutex_);
-  }
+  // Holds the file for one operation: its mutex, and the index's and data
+  // file's marks to go back to if the operation fails. Operations nest (a
+  // read inside a modification); the outermost one decides.
+  class OperationScope {
+   public:
+    explicit OperationScope(KrfFileBase& file);
+    ~OperationScope();
+    OperationScope(const OperationScope&) = delete;
+    OperationScope& operator=(const OperationScope&) = delete;
+
+   private:
+    KrfFileBase& file_;
+    std::lock_guard<std::recursive_mutex> lock_;
+    const int exceptions_at_start_;
+  };
+  [[nodiscard]] OperationScope LockFile() { return OperationScope(*this); }
+  // Remembers where the running operation's first packet went, so that a
+  // failure can cut it back off.
+  void NoteAppendAt(uint64_t offset);
   // The last steps of creating an entity whose checks have passed: the
   // packet takes the data file's end as its offset, its row goes into the
   // index (which assigns the entity's ID), and a recorder appends it.
@@ -242,7 +263,11 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   std::shared_ptr<FileLibrarySettings> settings_;
 
  private:
+  void EndOperation(bool succeeded) noexcept;
+
   std::recursive_mutex mutex_;
+  int operation_depth_ = 0;
+  std::optional<uint64_t> operation_append_start_;
 };
 
 }  // namespace Varnholt::KrdFiles

@@ -22,6 +22,9 @@ void KrfFileBase::CreateHeader(uint32_t time_base, uint16_t device_id, const std
   Packets::HeaderPacket packet(device_id, label, time_base);
   if (!FileInformationTable().IsEmpty(index_)) throw Errors::HeaderAlreadyCreated();
   AddPacket(packet);
+  // Committed at once: from here on the pair opens, whenever the recorder
+  // stops.
+  index_.RequestCommit();
 }
 
 void KrfFileBase::SetTimeBase(uint32_t time_base) {

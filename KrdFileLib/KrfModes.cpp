@@ -41,16 +41,21 @@ void KrfRecorder::Open() {
   std::lock_guard lock(Mutex());
   data_file_.Create();
   UndoCreationOnFailure(data_file_.Path(), [this] { data_file_.Close(); }, [this] { index_.Create(); });
+  // Rows committed to the index only ever point at packets on the disk.
+  index_.SetBeforeCommit([this] { data_file_.Sync(); });
 }
 
-void KrfRecorder::CommitPacket(Packets::PacketBase& packet) { data_file_.WritePacket(packet); }
+void KrfRecorder::CommitPacket(Packets::PacketBase& packet) {
+  NoteAppendAt(packet.FileOffset());
+  data_file_.WritePacket(packet);
+}
 
 // Read and edit -----------------------------------------------------------
 
 void KrfReader::Open() {
   std::lock_guard lock(Mutex());
-  data_file_.Open();
-  index_.Open();
+  data_file_.OpenForReading();
+  index_.OpenForReading();
   CheckHeader();
   CheckGuid();
 }

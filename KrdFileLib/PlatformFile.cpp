@@ -24,6 +24,12 @@ void SetFileFaultProbe(FileFaultProbe* probe) { installed_probe.store(probe); }
 
 FileFaultProbe* InstalledFileFaultProbe() { return installed_probe.load(); }
 
+std::optional<uint64_t> PlatformFile::SizeOf(const std::string& path) {
+  PlatformFile file;
+  if (file.OpenExisting(path, Access::kReadOnly) != OpenResult::kOpened) return std::nullopt;
+  return file.Size();
+}
+
 bool PlatformFile::WriteAt(uint64_t offset, std::span<const std::span<const uint8_t>> pieces) {
   if (pieces.size() > kMaxPieces) return false;
   FileFaultProbe* probe = InstalledFileFaultProbe();

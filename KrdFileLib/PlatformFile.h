@@ -29,6 +29,8 @@ class PlatformFile : public CommonLib::NonCopyableClassBase {
 
   // True when something exists at the path (a directory counts).
   static bool Exists(const std::string& path);
+  // The length of the file at path, or nothing when it cannot be opened.
+  static std::optional<uint64_t> SizeOf(const std::string& path);
   // Removes the file at path, if any; false when it could not be removed.
   static bool Remove(const std::string& path);
   // The path as SQLite takes file names (UTF-8).

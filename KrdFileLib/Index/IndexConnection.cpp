@@ -1,3 +1,6 @@
+// Opening, creating and closing a KRQ file, and running its statements. The
+// grouping of writes into batches and calls lives in IndexBatch.cpp.
+
 #include "KrdFileLib/Index/IndexConnection.h"
 
 #include <exception>
@@ -5,11 +8,50 @@
 
 #include "CommonLib/Clock.h"
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/Index/CommitLimits.h"
 #include "KrdFileLib/Index/DataTable.h"
 #include "KrdFileLib/Index/IndexSchema.h"
+#include "KrdFileLib/PlatformFile.h"
 
 namespace Varnholt::KrdFiles::Index {
+
+namespace {
+
+// True when the connection can read the file's schema, or fails to for a
+// reason other than the medium refusing what SQLite needs to read it.
+bool ReadsOrFailsForContent(const SqliteDatabase& database) {
+  const int result = sqlite3_exec(database.Handle(), "SELECT count(*) FROM sqlite_master",
+                                  nullptr, nullptr, nullptr);
+  const int kind = result & 0xff;
+  return kind != SQLITE_READONLY && kind != SQLITE_CANTOPEN && kind != SQLITE_IOERR &&
+         kind != SQLITE_PERM && kind != SQLITE_BUSY;
+}
+
+// The path as an SQLite URI that opens the file as unchanging: without
+// locks and without its write-ahead log, which a read-only folder cannot
+// hold the companion files of.
+std::string ImmutableUri(const std::string& path) {
+  std::string uri = "file:";
+#if defined(_WIN32)
+  if (path.size() > 1 && path[1] == ':') uri += "///";
+#endif
+  for (const char c : path) {
+    if (c == '%' || c == '?' || c == '#') {
+      static constexpr char kHex[] = "0123456789ABCDEF";
+      uri += '%';
+      uri += kHex[static_cast<unsigned char>(c) >> 4];
+      uri += kHex[static_cast<unsigned char>(c) & 0xf];
+#if defined(_WIN32)
+    } else if (c == '\\') {
+      uri += '/';
+#endif
+    } else {
+      uri += c;
+    }
+  }
+  return uri + "?immutable=1";
+}
+
+}  // namespace
 
 IndexConnection::IndexConnection(std::string path, std::shared_ptr<const CommonLib::IClock> clock)
     : path_(std::move(path)),
@@ -21,6 +63,23 @@ void IndexConnection::Open() {
   if (is_open_) throw Errors::IndexAlreadyOpenOnOpen();
   auto database = SqliteDatabase::Open(path_, SQLITE_OPEN_READWRITE);
   if (!database) throw Errors::IndexFileNotFound();
+  StartSession(std::move(*database));
+}
+
+void IndexConnection::OpenForReading() {
+  if (is_open_) throw Errors::IndexAlreadyOpenOnOpen();
+  // SQLite opens a file it may not write read-only by itself, and reads it
+  // as long as it can keep the log's companion files beside it.
+  auto database = SqliteDatabase::Open(path_, SQLITE_OPEN_READWRITE);
+  if (!database) throw Errors::IndexFileNotFound();
+  if (!ReadsOrFailsForContent(*database)) {
+    // A read-only folder: the file can only be read as it stands, which is
+    // the whole index unless its log still holds committed changes.
+    const std::optional<uint64_t> log_size = PlatformFile::SizeOf(path_ + "-wal");
+    if (log_size && *log_size > 0) throw Errors::IndexLogUnreadable();
+    database = SqliteDatabase::Open(ImmutableUri(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+    if (!database) throw Errors::IndexFileNotFound();
+  }
   StartSession(std::move(*database));
 }
 
@@ -41,6 +100,8 @@ void IndexConnection::StartSession(SqliteDatabase database) {
   statements_ = std::make_shared<StatementCache>(database_);
   is_open_ = true;
   pending_statements_ = 0;
+  journal_.clear();
+  batch_lost_ = false;
   BeginTransaction();
 }
 
@@ -53,6 +114,7 @@ void IndexConnection::Close() {
     commit_failure = std::current_exception();
   }
   is_open_ = false;
+  journal_.clear();
   statements_.reset();           // finalises the idle statements
   database_ = SqliteDatabase();  // closes unless a cursor still holds it
   if (commit_failure) std::rethrow_exception(commit_failure);
@@ -66,25 +128,10 @@ void IndexConnection::CloseWithoutThrowing() noexcept {
   }
 }
 
-void IndexConnection::BeginTransaction() {
-  RequireOpen();
-  if (!database_.InTransaction()) Run(SqlCommand("begin transaction"));
-}
-
-void IndexConnection::CommitTransaction() {
-  RequireOpen();
-  pending_statements_ = 0;
-  if (database_.InTransaction()) ExecuteNonQuery(SqlCommand("commit"));
-}
-
-void IndexConnection::CommitAndBegin() {
-  CommitTransaction();
-  BeginTransaction();
-}
-
 bool IndexConnection::ExecuteNonQuery(const SqlCommand& command) {
   RequireOpen();
   try {
+    CatchUp();
     return Run(command);
   } catch (...) {
     RestoreTransaction();
@@ -92,16 +139,9 @@ bool IndexConnection::ExecuteNonQuery(const SqlCommand& command) {
   }
 }
 
-bool IndexConnection::ExecuteCounted(const SqlCommand& command) {
-  const bool done = ExecuteNonQuery(command);
-  if (pending_statements_ == 0) commit_deadline_ = clock_->DeadlineAfter(CommitIntervalMs());
-  ++pending_statements_;
-  if (pending_statements_ >= StatementsPerCommit()) CommitAndBegin();
-  return done;
-}
-
 std::shared_ptr<SqlQuery> IndexConnection::PrepareQuery(const SqlCommand& command) {
   RequireOpen();
+  CatchUp();
   return std::make_shared<SqlQuery>(command, Prepare(command.Text()));
 }
 
@@ -126,25 +166,12 @@ void IndexConnection::CreateTables() {
   RequireOpen();
   CommitTransaction();  // the journal mode cannot change inside a transaction
   ExecuteNonQuery(SqlCommand("PRAGMA journal_mode=WAL;"));
+  // The log is not synced at each commit: a recorder syncs its data file
+  // before every commit instead, so a commit that a power loss takes back
+  // only leaves the index behind its data file, which repair catches up.
   ExecuteNonQuery(SqlCommand("PRAGMA synchronous=NORMAL"));
   for (const std::string& text : CreateTableTexts()) ExecuteNonQuery(SqlCommand(text));
   BeginTransaction();
-}
-
-void IndexConnection::DisableSynchronousWrites() {
-  CommitTransaction();
-  ExecuteCounted(SqlCommand("PRAGMA synchronous=OFF"));
-  BeginTransaction();
-}
-
-void IndexConnection::CommitIfDue() {
-  if (is_open_ && pending_statements_ != 0 && clock_->HasElapsed(commit_deadline_)) {
-    CommitAndBegin();
-  }
-}
-
-void IndexConnection::ReleaseReadSnapshot() {
-  if (is_open_ && pending_statements_ == 0 && database_.HoldsReadSnapshot()) CommitAndBegin();
 }
 
 int64_t IndexConnection::LastInsertRowId() const {
@@ -167,14 +194,6 @@ bool IndexConnection::Run(const SqlCommand& command) {
   return statement->Step() == SQLITE_DONE;
 }
 
-void IndexConnection::RestoreTransaction() noexcept {
-  if (!is_open_ || database_.InTransaction()) return;
-  pending_statements_ = 0;  // whatever the batch held was rolled back with it
-  try {
-    BeginTransaction();
-  } catch (...) {
-    // The original failure is the one worth reporting.
-  }
-}
+void IndexConnection::RunControl(const char* text) { Run(SqlCommand(text)); }
 
 }  // namespace Varnholt::KrdFiles::Index

@@ -16,9 +16,13 @@
 //                      and a one-row buffer; one subclass per table
 //   IndexSchema        the CREATE TABLE texts of a new KRQ file
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "CommonLib/IClock.h"
 #include "CommonLib/NonCopyableClassBase.h"
@@ -36,6 +40,18 @@ namespace Varnholt::KrdFiles::Index {
 // statements, when CommitIfDue finds the commit interval passed since the
 // first of them, and on Close. Statements are prepared once per text and
 // session and reused from a cache. Used only under its file object's lock.
+//
+// No host call may undo another (IndexBatch.cpp):
+//   - a file object brackets each call with BeginOperation/EndOperation; a
+//     failing call's own statements are rolled back and nothing else, and a
+//     batch that fills up during a call is committed when the call ends;
+//   - the counted statements since the last commit are kept in memory, so
+//     when SQLite rolls back the whole batch by itself (a full disk, an I/O
+//     error) they are run again before the next statement; while that keeps
+//     failing, every statement fails with code 41 and the index stays whole;
+//   - a hook runs before each commit that carries writes: a recorder syncs
+//     its data file there, so a committed row never points at bytes that a
+//     power loss could take back.
 class IndexConnection : public CommonLib::NonCopyableClassBase {
  public:
   // A null clock stands for the process's real clock.
@@ -44,6 +60,11 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
 
   // Opens an existing KRQ file (code 4 when it cannot be opened).
   void Open();
+  // Opens an existing KRQ file to read it only. A file on read-only media (a
+  // write-protected file or folder, a share, an archive mount) opens too;
+  // one whose write-ahead log still holds changes that cannot be read there
+  // is refused with code 4 and says so.
+  void OpenForReading();
   // Creates a KRQ file with the full schema. A file that already holds an
   // index is left as it was and the connection ends closed.
   void Create();
@@ -83,12 +104,29 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // it is done.
   void ReleaseReadSnapshot();
 
+  // One host call on the file (IndexBatch.cpp). Calls nest; the outermost
+  // decides: on success its statements stay in the batch (which is
+  // committed now if it has filled up), on failure they are rolled back.
+  void BeginOperation();
+  void EndOperation(bool succeeded) noexcept;
+  // Commits at the end of the current call (at once outside a call).
+  void RequestCommit();
+  // Runs before each commit that carries writes, unless synchronous writes
+  // are off; a failure leaves the batch uncommitted and is reported.
+  void SetBeforeCommit(std::function<void()> hook) { before_commit_ = std::move(hook); }
+
   int64_t LastInsertRowId() const;
   bool IsOpen() const { return is_open_; }
   int32_t PendingStatements() const { return pending_statements_; }
   const std::string& Path() const { return path_; }
 
  private:
+  // Where the running call's first write found the batch.
+  struct OperationStart {
+    std::size_t journal_size;
+    int32_t pending_statements;
+  };
+
   void RequireOpen() const;
   void StartSession(SqliteDatabase database);
   void CloseWithoutThrowing() noexcept;
@@ -97,9 +135,17 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // statements are prepared.
   CachedStatement Prepare(const std::string& text);
   bool Run(const SqlCommand& command);
+  // Runs a transaction-control statement (begin, commit, rollback).
+  void RunControl(const char* text);
   // SQLite rolls a transaction back by itself after some failures; this
-  // opens a new one so that the batch goes on inside a transaction.
+  // notes that the batch is lost and opens a new transaction so that the
+  // batch goes on inside one.
   void RestoreTransaction() noexcept;
+  // Runs a lost batch again from the journal; throws while it cannot.
+  void CatchUp();
+  // Notes where the batch stood at the running call's first write.
+  void MarkOperationStart();
+  void UndoOperation() noexcept;
 
   std::string path_;
   std::shared_ptr<const CommonLib::IClock> clock_;
@@ -109,6 +155,17 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   bool is_open_ = false;
   int32_t pending_statements_ = 0;
   int64_t commit_deadline_ = 0;
+
+  // The counted statements since the last commit, in order.
+  std::vector<SqlCommand> journal_;
+  // SQLite's transaction no longer holds the journal's statements.
+  bool batch_lost_ = false;
+  bool replaying_ = false;
+  int operation_depth_ = 0;
+  std::optional<OperationStart> operation_start_;
+  bool commit_requested_ = false;
+  bool synchronous_ = true;
+  std::function<void()> before_commit_;
 };
 
 }  // namespace Varnholt::KrdFiles::Index

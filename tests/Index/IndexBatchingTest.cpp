@@ -1,5 +1,6 @@
 // How counted statements are grouped into transactions.
 
+#include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/DataTable.h"
 #include "tests/Index/IndexTestSupport.h"
 
@@ -100,6 +101,65 @@ TEST_F(IndexBatchingTest, ReleasingAReadSnapshotShowsLaterCommitsAndKeepsPending
   connection_.ReleaseReadSnapshot();
   EXPECT_EQ(connection_.PendingStatements(), 1);
   EXPECT_EQ(RowCount(*OpenReader(), "data"), 2);
+}
+
+// Host calls on the connection: a failing call takes back its own
+// statements and nothing else, whatever else the batch holds.
+TEST_F(IndexBatchingTest, AFailingCallUndoesItsOwnStatementsOnly) {
+  InsertBlock(0);  // before any call
+  connection_.BeginOperation();
+  InsertBlock(1);
+  connection_.EndOperation(true);
+
+  connection_.BeginOperation();
+  InsertBlock(2);
+  InsertBlock(3);
+  EXPECT_EQ(Failure([&] { InsertBlock(1); }).first, 41);  // primary key taken
+  connection_.EndOperation(false);
+  EXPECT_EQ(connection_.PendingStatements(), 2);
+
+  connection_.BeginOperation();
+  InsertBlock(2);  // free again
+  connection_.EndOperation(true);
+  connection_.Close();
+  auto reader = OpenReader();
+  EXPECT_EQ(RowCount(*reader, "data"), 3);
+  EXPECT_EQ(QueryInt64(*reader, "SELECT max(start_time_offset) FROM data"), 2);
+}
+
+TEST_F(IndexBatchingTest, ABatchThatFillsDuringACallIsCommittedWhenTheCallEnds) {
+  SetCommitLimits(2, 10000);
+  connection_.BeginOperation();
+  connection_.BeginOperation();  // a nested call leaves the decision to the outer one
+  InsertBlocks(3);
+  connection_.EndOperation(true);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 0);
+  connection_.EndOperation(true);
+  EXPECT_EQ(connection_.PendingStatements(), 0);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 3);
+}
+
+// The hook a recorder syncs its data file in: it runs before every commit
+// that carries writes, and when it fails nothing is committed and nothing is
+// lost; the next commit takes the whole batch.
+TEST_F(IndexBatchingTest, TheHookBeforeACommitHoldsTheCommitBackWhenItFails) {
+  int syncs = 0;
+  bool fail = true;
+  connection_.SetBeforeCommit([&] {
+    ++syncs;
+    if (fail) throw Errors::KrdFileWriteFailed();
+  });
+  connection_.RequestCommit();  // nothing written: no sync
+  EXPECT_EQ(syncs, 0);
+  InsertBlocks(2);
+  EXPECT_EQ(Failure([&] { connection_.RequestCommit(); }).first, 36);
+  EXPECT_EQ(connection_.PendingStatements(), 2);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 0);
+  fail = false;
+  InsertBlock(2);
+  connection_.Close();
+  EXPECT_EQ(syncs, 2);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 3);
 }
 
 // Rebuilding an index switches synchronous writes off with one counted

@@ -30,11 +30,11 @@ endif()
 run(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} ${install_config} --prefix ${SCRATCH}/staged)
 file(RENAME ${SCRATCH}/staged ${prefix})
 
-# Only the shared library, its header and the package files, and none of the
-# package files names the build or the source tree.
+# Only the shared library, its header, the package files and the repair
+# tool, and none of the package files names the build or the source tree.
 file(GLOB_RECURSE installed LIST_DIRECTORIES false RELATIVE ${prefix} ${prefix}/*)
 foreach(path IN LISTS installed)
-  if(NOT path MATCHES "^(${INCLUDEDIR}/KrdFileLibApi\\.h|${LIBDIR}/libKrdFileLibApi\\.so[.0-9]*|${LIBDIR}/cmake/KrdFileLib/KrdFileLib[A-Za-z-]*\\.cmake|${LIBDIR}/pkgconfig/KrdFileLib\\.pc)$")
+  if(NOT path MATCHES "^(bin/krd-repair|${INCLUDEDIR}/KrdFileLibApi\\.h|${LIBDIR}/libKrdFileLibApi\\.so[.0-9]*|${LIBDIR}/cmake/KrdFileLib/KrdFileLib[A-Za-z-]*\\.cmake|${LIBDIR}/pkgconfig/KrdFileLib\\.pc)$")
     message(FATAL_ERROR "Installed, but not part of the package: ${path}")
   endif()
   if(path MATCHES "\\.(cmake|pc)$")

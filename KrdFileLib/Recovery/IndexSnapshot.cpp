@@ -1,0 +1,201 @@
+#include "KrdFileLib/Recovery/IndexSnapshot.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "KrdFileLib/Errors.h"
+#include "KrdFileLib/Index/ChannelGroupTable.h"
+#include "KrdFileLib/Index/ChannelTable.h"
+#include "KrdFileLib/Index/DataTable.h"
+#include "KrdFileLib/Index/DeviceAttributesTable.h"
+#include "KrdFileLib/Index/DeviceTable.h"
+#include "KrdFileLib/Index/EventSourceTable.h"
+#include "KrdFileLib/Index/EventTable.h"
+#include "KrdFileLib/Index/FileInformationTable.h"
+#include "KrdFileLib/Index/PhysicalChannelAttrTable.h"
+#include "KrdFileLib/Index/PhysicalChannelTable.h"
+#include "KrdFileLib/Index/PostProcessTable.h"
+#include "KrdFileLib/PlatformFile.h"
+
+namespace Varnholt::KrdFiles::Recovery {
+
+using Index::SqlStatement;
+using Unset = OffsetTable::Unset;
+
+const OffsetTable IndexSnapshot::kHeaderRow = {Index::FileInformationTable::kTableName, "",
+                                               Packets::PacketTypeId::kHeader, Unset::kNone};
+
+namespace {
+
+// How long a read waits for a writer of another process to let go.
+constexpr int kBusyTimeoutMs = 5000;
+
+std::string Quoted(const std::string& name) { return "\"" + name + "\""; }
+
+char Upper(char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); }
+
+// SQL names and type names compare without regard to case.
+bool SameName(const std::string& have, const std::string& want) {
+  return std::equal(have.begin(), have.end(), want.begin(), want.end(),
+                    [](char a, char b) { return Upper(a) == Upper(b); });
+}
+
+// One SELECT of the offsets a table's column names, tagged with the
+// column's place in OffsetTables() (the header's row: the place past it).
+std::string OffsetSelect(const OffsetTable& table, std::size_t place) {
+  const std::string column = Quoted(table.column);
+  const std::string tag = std::to_string(place);
+  const std::string from = " FROM " + Quoted(table.table);
+  switch (table.unset) {
+    case Unset::kNone:
+      return "SELECT coalesce(" + column + ", -1) AS place, " + tag + from;
+    case Unset::kMinusOne:
+      return "SELECT " + column + " AS place, " + tag + from + " WHERE " + column + " <> -1";
+    case Unset::kZeroOrMinusOne:
+      return "SELECT " + column + " AS place, " + tag + from + " WHERE " + column +
+             " NOT IN (0, -1)";
+  }
+  return {};
+}
+
+std::string AllOffsetsSelect() {
+  const auto tables = OffsetTables();
+  std::string text = "SELECT 0 AS place, " + std::to_string(tables.size()) + " FROM " +
+                     Quoted(Index::FileInformationTable::kTableName);
+  for (std::size_t place = 0; place < tables.size(); ++place) {
+    text += " UNION ALL " + OffsetSelect(tables[place], place);
+  }
+  return text;
+}
+
+}  // namespace
+
+IndexSnapshot::IndexSnapshot(const std::string& path) {
+  if (!PlatformFile::Exists(path)) {
+    unusable_reason_ = Errors::IndexFileNotFound().Message();
+    return;
+  }
+  database_ = Index::SqliteDatabase::Open(path, SQLITE_OPEN_READONLY);
+  if (!database_) {
+    unusable_reason_ = Errors::IndexFileNotFound().Message();
+    return;
+  }
+  sqlite3_busy_timeout(database_->Handle(), kBusyTimeoutMs);
+  try {
+    Prepare("BEGIN")->Step();
+    unusable_reason_ = CheckSchema();
+  } catch (const ApiException& failure) {
+    unusable_reason_ = failure.Message();
+  }
+}
+
+IndexSnapshot::~IndexSnapshot() = default;
+
+std::unique_ptr<SqlStatement> IndexSnapshot::Prepare(const std::string& text) {
+  if (!database_) throw Errors::IndexNotOpen();
+  auto statement = std::make_unique<SqlStatement>(*database_, text);
+  statement->CheckPrepared();
+  return statement;
+}
+
+namespace {
+
+// Why table's columns in the index differ from what the library writes and
+// reads (names and declared types, in order), if they do.
+template <typename Table>
+std::optional<std::string> ColumnMismatch(const Table& table, SqlStatement& table_info) {
+  const auto& columns = table.Columns();
+  std::size_t position = 0;
+  for (; position < columns.size() && table_info.Step() == SQLITE_ROW; ++position) {
+    const std::string name = table_info.ColumnText(1);
+    const std::string type = table_info.ColumnText(2);
+    const auto& want = *columns[position];
+    if (!SameName(name, want.Name()) || !SameName(type, want.TypeName())) {
+      return "The index's table " + table.TableName() + " has \"" + name + " " + type +
+             "\" as column " + std::to_string(position + 1) + " where \"" + want.Name() + " " +
+             want.TypeName() + "\" belongs.";
+    }
+  }
+  if (position == 0) return "The index has no table " + table.TableName() + ".";
+  if (position < columns.size()) {
+    return "The index's table " + table.TableName() + " lacks its column " +
+           columns[position]->Name() + ".";
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> IndexSnapshot::CheckSchema() {
+  std::optional<std::string> mismatch;
+  auto check = [&](const auto& table) {
+    if (mismatch) return;
+    const auto table_info = Prepare("PRAGMA table_info(" + Quoted(table.TableName()) + ")");
+    mismatch = ColumnMismatch(table, *table_info);
+  };
+  check(Index::FileInformationTable());
+  check(Index::DeviceTable());
+  check(Index::DeviceAttributesTable());
+  check(Index::PhysicalChannelTable());
+  check(Index::PhysicalChannelAttrTable());
+  check(Index::ChannelGroupTable());
+  check(Index::ChannelTable());
+  check(Index::EventSourceTable());
+  check(Index::EventTable());
+  check(Index::DataTable());
+  check(Index::PostProcessTable());
+  return mismatch;
+}
+
+std::optional<IndexSnapshot::HeaderRow> IndexSnapshot::ReadHeaderRow() {
+  const auto statement =
+      Prepare("SELECT uuid, length(real_time_start) > 0, length(annotation) > 0 FROM " +
+              Quoted(Index::FileInformationTable::kTableName) + " LIMIT 1");
+  if (statement->Step() != SQLITE_ROW) return std::nullopt;
+  return HeaderRow{statement->ColumnBlob(0), statement->ColumnInt(1) != 0,
+                   statement->ColumnInt(2) != 0};
+}
+
+std::optional<int64_t> IndexSnapshot::GreatestOffset() {
+  const auto statement =
+      Prepare("SELECT max(place) IS NULL, max(place) FROM (" + AllOffsetsSelect() + ")");
+  statement->Step();
+  if (statement->ColumnInt(0) != 0) return std::nullopt;
+  return statement->ColumnInt64(1);
+}
+
+bool IndexSnapshot::HasGroupRow(uint16_t group_id) {
+  if (!group_lookup_) {
+    group_lookup_ = Prepare("SELECT 1 FROM " + Quoted(Index::ChannelGroupTable::kTableName) +
+                            " WHERE group_id = ?");
+  }
+  group_lookup_->Bind(1, int32_t{group_id});
+  const bool found = group_lookup_->Step() == SQLITE_ROW;
+  group_lookup_->Reset();
+  return found;
+}
+
+IndexSnapshot::Rows IndexSnapshot::ReadOffsetRows() {
+  return Rows(Prepare(AllOffsetsSelect() + " ORDER BY place"));
+}
+
+const OffsetTable& IndexSnapshot::TableOfRow(const Rows& rows) {
+  const auto tables = OffsetTables();
+  const int64_t place = rows.Int64(1);
+  if (place >= 0 && static_cast<std::size_t>(place) < tables.size()) return tables[place];
+  return kHeaderRow;
+}
+
+IndexSnapshot::Rows IndexSnapshot::ReadGroupRows() {
+  return Rows(Prepare("SELECT group_id, coalesce(\"offset\", -1), channel_count, data_type FROM " +
+                      Quoted(Index::ChannelGroupTable::kTableName)));
+}
+
+IndexSnapshot::Rows::Rows(std::unique_ptr<SqlStatement> statement)
+    : statement_(std::move(statement)) {
+  Next();
+}
+
+void IndexSnapshot::Rows::Next() { has_row_ = statement_->Step() == SQLITE_ROW; }
+
+}  // namespace Varnholt::KrdFiles::Recovery
