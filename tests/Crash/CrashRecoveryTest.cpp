@@ -43,7 +43,7 @@ int TotalPoints() {
 }
 
 struct Pair {
-  TempDir dir;
+  TempDir dir{TempDir::InMemoryWherePossible()};
   std::string krd = dir.File("c.krd");
   std::string krq = dir.File("c.krq");
 };

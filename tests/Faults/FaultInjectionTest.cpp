@@ -41,7 +41,7 @@ constexpr int32_t kBatchSize = 8;
 // Tries per call while the disk refuses writes for a while.
 constexpr int kAttempts = 10;
 constexpr int kShards = 4;
-constexpr uint64_t kDefaultPointsPerKind = 160;
+constexpr uint64_t kDefaultPointsPerKind = 300;
 
 struct FaultKind {
   const char* name;
@@ -87,7 +87,7 @@ class FaultInjectionTest : public HostFixture,
                            public ::testing::WithParamInterface<std::tuple<int, int>> {
  protected:
   struct Pair {
-    TempDir dir;
+    TempDir dir{TempDir::InMemoryWherePossible()};
     std::string krd = dir.File("f.krd");
     std::string krq = dir.File("f.krq");
   };
@@ -135,7 +135,8 @@ class FaultInjectionTest : public HostFixture,
     EXPECT_EQ(run.close_code, 0) << DescribeFailures(run);
     const Recovery::VerifyReport report = Recovery::Verify(pair.krd, pair.krq);
     EXPECT_TRUE(report.IsClean()) << report.Describe();
-    EXPECT_EQ(Snapshot(pair.krd, pair.krq), Clean(run.written.steps).snapshot);
+    EXPECT_EQ(SnapshotDifferences(Snapshot(pair.krd, pair.krq), Clean(run.written.steps).snapshot),
+              "");
     ExpectWrittenReadBack(run, pair);
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 
 #include "tests/Api/HostFixture.h"
 #include "tests/Api/RecordingStructure.h"
@@ -71,6 +72,13 @@ std::string DataFileWithoutGuid(const std::string& krd) {
   return "data file: " + Digest(text) + "\n";
 }
 
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
 }  // namespace
 
 ScriptRun RunScript(const RecordingScript& script, const std::string& krd, const std::string& krq,
@@ -108,6 +116,23 @@ std::string DescribeFailures(const ScriptRun& run) {
     text += failure.call + ": " + std::to_string(failure.code) + " " + failure.message + "\n";
   }
   return text;
+}
+
+std::string SnapshotDifferences(const std::string& seen, const std::string& expected) {
+  constexpr std::size_t kMostLines = 6;
+  constexpr std::size_t kLineLength = 160;
+  const std::vector<std::string> seen_lines = Lines(seen);
+  const std::vector<std::string> expected_lines = Lines(expected);
+  std::string differences;
+  std::size_t shown = 0;
+  for (std::size_t line = 0; line < std::max(seen_lines.size(), expected_lines.size()); ++line) {
+    const std::string is = line < seen_lines.size() ? seen_lines[line] : "<none>";
+    const std::string was = line < expected_lines.size() ? expected_lines[line] : "<none>";
+    if (is == was || shown++ == kMostLines) continue;
+    differences += "line " + std::to_string(line + 1) + ": " + is.substr(0, kLineLength) +
+                   "\n  clean run: " + was.substr(0, kLineLength) + "\n";
+  }
+  return differences;
 }
 
 std::string Snapshot(const std::string& krd, const std::string& krq) {

@@ -53,4 +53,8 @@ std::string DescribeFailures(const ScriptRun& run);
 // "<open failed ...>" when the pair does not open for reading.
 std::string Snapshot(const std::string& krd, const std::string& krq);
 
+// The lines in which two snapshots differ (a few, shortened); empty when
+// they are the same.
+std::string SnapshotDifferences(const std::string& seen, const std::string& expected);
+
 }  // namespace Varnholt::Testing

@@ -138,18 +138,22 @@ std::optional<int32_t> RecordingScript::Run(std::size_t index, KrdFileHandle fil
 
 void RecordingScript::Add(std::string text, std::vector<std::string> needs, std::string creates,
                           ScriptStep::Call call) {
+  // Every call after the header needs it.
+  if (creates != "header") needs.emplace_back("header");
   steps_.push_back(
       {std::move(text), std::move(needs), std::move(creates), std::move(call), {}, {}});
 }
 
 void RecordingScript::AddSetUp() {
-  Add("CreateHeader", {}, "", [](auto f, auto&, auto*) {
+  // Steps that create no entity with an ID name what they created all the
+  // same ("header", "attr-..."), so that the edits of it wait for it.
+  Add("CreateHeader", {}, "header", [](auto f, auto&, auto*) {
     return CreateHeader(f, 1000, 3, HostBytes("fault rig").String());
   });
-  Add("CreateStart", {}, "", [](auto f, auto&, auto*) {
+  Add("CreateStart", {}, "start", [](auto f, auto&, auto*) {
     return CreateStart(f, 9, HostBytes("\x07\xEA\x0B\x17").Array());
   });
-  Add("CreateAnnotation", {}, "", [](auto f, auto&, auto*) {
+  Add("CreateAnnotation", {}, "annotation", [](auto f, auto&, auto*) {
     return CreateAnnotation(f, HostBytes("Sensors calibrated.").String());
   });
   Add("CreateDevice rig", {}, "dev-rig", [](auto f, auto&, auto* id) {
@@ -166,7 +170,8 @@ void RecordingScript::AddSetUp() {
   }
   for (const auto& [key, index, value] :
        {std::tuple{1, 0, "serial-17"}, std::tuple{1, 1, "rev-b"}}) {
-    Add("CreateDeviceAttribute", {"dev-rig"}, "", [=](auto f, auto& ids, auto*) {
+    const std::string created = "attr-rig-" + std::to_string(index);
+    Add("CreateDeviceAttribute", {"dev-rig"}, created, [=](auto f, auto& ids, auto*) {
       return CreateDeviceAttribute(f, Id(ids, "dev-rig"), key, index, HostBytes(value).Array());
     });
   }
@@ -180,7 +185,8 @@ void RecordingScript::AddSetUp() {
     });
   }
   for (const auto& [key, value] : {std::pair{2, "V"}, std::pair{3, "cal-2024"}}) {
-    Add("CreatePhysicalChannelAttribute", {"pc0"}, "", [=](auto f, auto& ids, auto*) {
+    const std::string created = "attr-pc0-" + std::to_string(key);
+    Add("CreatePhysicalChannelAttribute", {"pc0"}, created, [=](auto f, auto& ids, auto*) {
       return CreatePhysicalChannelAttribute(f, Id(ids, "pc0"), key, 0, HostBytes(value).Array());
     });
   }
@@ -268,6 +274,8 @@ struct Edit {
   const char* text;
   const char* slot;
   int32_t (*call)(KrdFileHandle file, uint32_t id);
+  // What else must have been created: the attribute or fact it changes.
+  const char* also = nullptr;
 };
 
 const std::vector<Edit>& Edits() {
@@ -278,9 +286,10 @@ const std::vector<Edit>& Edits() {
       {"SetDeviceLabel", "dev-daq",
        [](F f, uint32_t id) { return SetDeviceLabel(f, id, HostBytes("daq-2").String()); }},
       {"SetDeviceAttribute", "dev-rig",
-       [](F f, uint32_t id) { return SetDeviceAttribute(f, id, 1, 0, HostBytes("s-18").Array()); }},
+       [](F f, uint32_t id) { return SetDeviceAttribute(f, id, 1, 0, HostBytes("s-18").Array()); },
+       "attr-rig-0"},
       {"DeleteDeviceAttribute", "dev-rig",
-       [](F f, uint32_t id) { return DeleteDeviceAttribute(f, id, 1, 1); }},
+       [](F f, uint32_t id) { return DeleteDeviceAttribute(f, id, 1, 1); }, "attr-rig-1"},
       {"SetPhysicalChannelLabel", "pc1",
        [](F f, uint32_t id) {
          return SetPhysicalChannelLabel(f, id, HostBytes("shunt").String());
@@ -288,9 +297,10 @@ const std::vector<Edit>& Edits() {
       {"SetPhysicalChannelAttribute", "pc0",
        [](F f, uint32_t id) {
          return SetPhysicalChannelAttribute(f, id, 2, 0, HostBytes("mV").Array());
-       }},
+       },
+       "attr-pc0-2"},
       {"DeletePhysicalChannelAttribute", "pc0",
-       [](F f, uint32_t id) { return DeletePhysicalChannelAttribute(f, id, 3, 0); }},
+       [](F f, uint32_t id) { return DeletePhysicalChannelAttribute(f, id, 3, 0); }, "attr-pc0-3"},
       {"DeletePhysicalChannel", "pc-spare",
        [](F f, uint32_t id) { return DeletePhysicalChannel(f, id); }},
       {"DeleteDevice", "dev-spare", [](F f, uint32_t id) { return DeleteDevice(f, id); }},
@@ -318,9 +328,11 @@ const std::vector<Edit>& Edits() {
        [](F f, uint32_t id) { return SetPostProcessLabel(f, id, HostBytes("low-pass").String()); }},
       {"DeletePostProcess", "pp-offset", [](F f, uint32_t id) { return DeletePostProcess(f, id); }},
       {"SetAnnotation", nullptr,
-       [](F f, uint32_t) { return SetAnnotation(f, HostBytes("Calibrated twice.").String()); }},
+       [](F f, uint32_t) { return SetAnnotation(f, HostBytes("Calibrated twice.").String()); },
+       "annotation"},
       {"SetStart", nullptr,
-       [](F f, uint32_t) { return SetStart(f, 9, HostBytes("\x07\xEA\x0B\x18").Array()); }},
+       [](F f, uint32_t) { return SetStart(f, 9, HostBytes("\x07\xEA\x0B\x18").Array()); },
+       "start"},
       {"SetTimeBase", nullptr, [](F f, uint32_t) { return SetTimeBase(f, 2000); }},
   };
   return edits;
@@ -334,6 +346,7 @@ void RecordingScript::AddEdit(std::size_t number) {
   const Edit edit = Edits().at(number);
   std::vector<std::string> needs;
   if (edit.slot != nullptr) needs.emplace_back(edit.slot);
+  if (edit.also != nullptr) needs.emplace_back(edit.also);
   Add(edit.text, needs, "", [edit](KrdFileHandle file, const SlotIds& ids, uint32_t*) {
     return edit.call(file, edit.slot == nullptr ? 0 : ids.at(edit.slot));
   });

@@ -11,11 +11,12 @@ namespace Varnholt::Testing {
 // everything in it when the object goes out of scope.
 class TempDir {
  public:
-  TempDir() {
+  TempDir() : TempDir(std::filesystem::temp_directory_path()) {}
+  // A fresh directory under parent.
+  explicit TempDir(const std::filesystem::path& parent) {
     static std::atomic<unsigned> counter{0};
     std::random_device device;
-    path_ = std::filesystem::temp_directory_path() /
-            ("krd-test-" + std::to_string(device()) + "-" + std::to_string(counter++));
+    path_ = parent / ("krd-test-" + std::to_string(device()) + "-" + std::to_string(counter++));
     std::filesystem::create_directories(path_);
   }
   ~TempDir() {
@@ -24,6 +25,16 @@ class TempDir {
   }
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
+
+  // Where tests that fail writes or kill processes keep their files:
+  // memory-backed /dev/shm where the system has it, since syncing to a
+  // storage device proves nothing against a killed process and takes most
+  // of such a test's time; the system's temporary folder otherwise.
+  static std::filesystem::path InMemoryWherePossible() {
+    std::error_code error;
+    if (std::filesystem::is_directory("/dev/shm", error)) return "/dev/shm";
+    return std::filesystem::temp_directory_path();
+  }
 
   const std::filesystem::path& Path() const { return path_; }
   // Path of a file inside the directory, as the library takes paths.
