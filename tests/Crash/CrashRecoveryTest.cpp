@@ -22,6 +22,7 @@
 #include "KrdFileLibApi.h"
 #include "tests/Api/TestHost.h"
 #include "tests/Crash/ChildRun.h"
+#include "tests/TestSupport/PointFailures.h"
 #include "tests/TestSupport/RecordingCheck.h"
 #include "tests/TestSupport/TempDir.h"
 
@@ -129,23 +130,28 @@ TEST_P(CrashRecoveryTest, EveryReportedBlockAndEventSurvivesAKill) {
   const int write_points = points * kWritePointsPerFour / 4;
   std::mt19937_64 random(Seed());
   const auto longest = std::chrono::duration_cast<microseconds>(clean.duration) * 11 / 10;
-  for (int point = 0; point < points && !HasFailure(); ++point) {
-    const Pair pair;
-    ChildRun child;
-    if (point < write_points) {
-      const uint64_t slot = static_cast<uint64_t>(point) * kShards + GetParam();
-      const uint64_t write = 1 + slot * writes / (static_cast<uint64_t>(write_points) * kShards);
-      SCOPED_TRACE("killed at write " + std::to_string(write) + " of " + std::to_string(writes));
-      child = Run(pair, write, std::nullopt);
-      ExpectRecovered(child, pair, script);
-    } else {
-      const microseconds delay(random() % static_cast<uint64_t>(longest.count() + 1));
-      SCOPED_TRACE("killed after " + std::to_string(delay.count()) + " us");
-      child = Run(pair, 0, delay);
-      ExpectRecovered(child, pair, script);
-    }
-    EXPECT_TRUE(child.error.empty()) << child.error;
-    EXPECT_TRUE(child.killed || child.exit_status == 0) << "exit status " << child.exit_status;
+  PointFailures failures;
+  for (int point = 0; point < points; ++point) {
+    failures.Check(point, [&] {
+      const Pair pair;
+      ChildRun child;
+      if (point < write_points) {
+        const uint64_t slot = static_cast<uint64_t>(point) * kShards + GetParam();
+        const uint64_t write = 1 + slot * writes / (static_cast<uint64_t>(write_points) * kShards);
+        SCOPED_TRACE("point " + std::to_string(point) + ": killed at write " +
+                     std::to_string(write) + " of " + std::to_string(writes));
+        child = Run(pair, write, std::nullopt);
+        ExpectRecovered(child, pair, script);
+      } else {
+        const microseconds delay(random() % static_cast<uint64_t>(longest.count() + 1));
+        SCOPED_TRACE("point " + std::to_string(point) + ": killed after " +
+                     std::to_string(delay.count()) + " us");
+        child = Run(pair, 0, delay);
+        ExpectRecovered(child, pair, script);
+      }
+      EXPECT_TRUE(child.error.empty()) << child.error;
+      EXPECT_TRUE(child.killed || child.exit_status == 0) << "exit status " << child.exit_status;
+    });
   }
 }
 

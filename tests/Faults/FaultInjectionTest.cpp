@@ -28,6 +28,7 @@
 #include "KrdFileLib/Recovery/PairRecovery.h"
 #include "tests/Api/HostFixture.h"
 #include "tests/Faults/FaultRun.h"
+#include "tests/TestSupport/PointFailures.h"
 
 namespace Varnholt::Testing {
 namespace {
@@ -171,21 +172,23 @@ TEST_P(FaultInjectionTest, FailingCallsChangeNothingAndSayWhy) {
   const bool until_closed = kind.span == FaultPlan::kForever;
   const uint64_t writes = Clean(AllSteps()).writes;
   ASSERT_GT(writes, 0u);
+  PointFailures failures;
   for (const uint64_t write : Points(writes, kind_index, shard)) {
-    SCOPED_TRACE(std::string(kind.name) + " at write " + std::to_string(write) + " of " +
-                 std::to_string(writes));
-    const Pair pair;
-    const FaultPlan plan{kind.kind, write, kind.span, kind.index_error,
-                         static_cast<uint32_t>(write)};
-    const ScriptRun run =
-        RunScript(Script(), pair.krd, pair.krq, {plan, until_closed ? 1 : kAttempts});
-    ExpectLibraryFailures(run);
-    if (until_closed) {
-      ExpectRepairKeepsWhatWasWritten(run, pair);
-    } else {
-      ExpectSameAsCleanRun(run, pair);
-    }
-    if (HasFailure()) break;  // the first failing write says most
+    failures.Check(write, [&] {
+      SCOPED_TRACE(std::string(kind.name) + " at write " + std::to_string(write) + " of " +
+                   std::to_string(writes));
+      const Pair pair;
+      const FaultPlan plan{kind.kind, write, kind.span, kind.index_error,
+                           static_cast<uint32_t>(write)};
+      const ScriptRun run =
+          RunScript(Script(), pair.krd, pair.krq, {plan, until_closed ? 1 : kAttempts});
+      ExpectLibraryFailures(run);
+      if (until_closed) {
+        ExpectRepairKeepsWhatWasWritten(run, pair);
+      } else {
+        ExpectSameAsCleanRun(run, pair);
+      }
+    });
   }
 }
 
