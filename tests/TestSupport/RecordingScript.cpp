@@ -50,6 +50,19 @@ int32_t Creating(uint32_t* new_id, Call call) {
   return code;
 }
 
+// An attribute the set-up creates, and an event source with the slot of
+// its physical channel.
+struct Attribute {
+  uint16_t key;
+  uint16_t index;
+  const char* value;
+};
+struct Source {
+  const char* slot;
+  const char* physical;
+  uint16_t data_type;
+};
+
 // The physical channel each channel of the groups is recorded from.
 std::string PhysicalChannelOf(std::size_t group, std::size_t place) {
   return "pc" + std::to_string((group + place) % 4);
@@ -168,11 +181,11 @@ void RecordingScript::AddSetUp() {
           });
         });
   }
-  for (const auto& [key, index, value] :
-       {std::tuple{1, 0, "serial-17"}, std::tuple{1, 1, "rev-b"}}) {
-    const std::string created = "attr-rig-" + std::to_string(index);
+  for (const Attribute attribute : {Attribute{1, 0, "serial-17"}, Attribute{1, 1, "rev-b"}}) {
+    const std::string created = "attr-rig-" + std::to_string(attribute.index);
     Add("CreateDeviceAttribute", {"dev-rig"}, created, [=](auto f, auto& ids, auto*) {
-      return CreateDeviceAttribute(f, Id(ids, "dev-rig"), key, index, HostBytes(value).Array());
+      return CreateDeviceAttribute(f, Id(ids, "dev-rig"), attribute.key, attribute.index,
+                                   HostBytes(attribute.value).Array());
     });
   }
   for (int number : {0, 1, 2, 3, 9}) {
@@ -184,10 +197,11 @@ void RecordingScript::AddSetUp() {
       });
     });
   }
-  for (const auto& [key, value] : {std::pair{2, "V"}, std::pair{3, "cal-2024"}}) {
-    const std::string created = "attr-pc0-" + std::to_string(key);
+  for (const Attribute attribute : {Attribute{2, 0, "V"}, Attribute{3, 0, "cal-2024"}}) {
+    const std::string created = "attr-pc0-" + std::to_string(attribute.key);
     Add("CreatePhysicalChannelAttribute", {"pc0"}, created, [=](auto f, auto& ids, auto*) {
-      return CreatePhysicalChannelAttribute(f, Id(ids, "pc0"), key, 0, HostBytes(value).Array());
+      return CreatePhysicalChannelAttribute(f, Id(ids, "pc0"), attribute.key, attribute.index,
+                                            HostBytes(attribute.value).Array());
     });
   }
   std::vector<ScriptGroup> groups = Groups();
@@ -212,13 +226,13 @@ void RecordingScript::AddSetUp() {
       });
     }
   }
-  for (const auto& [slot, physical, type] :
-       {std::tuple{"src-limit", "pc0", 5}, std::tuple{"src-trigger", "pc2", 6},
-        std::tuple{"src-spare", "pc3", 7}}) {
-    Add(std::string("CreateEventSource ") + slot, {physical}, slot,
+  for (const Source source : {Source{"src-limit", "pc0", 5}, Source{"src-trigger", "pc2", 6},
+                              Source{"src-spare", "pc3", 7}}) {
+    Add(std::string("CreateEventSource ") + source.slot, {source.physical}, source.slot,
         [=](auto f, auto& ids, auto* id) {
           return Creating<uint16_t>(id, [&](auto* o) {
-            return CreateEventSource(f, Id(ids, physical), type, HostBytes(slot + 4).String(), o);
+            return CreateEventSource(f, Id(ids, source.physical), source.data_type,
+                                     HostBytes(source.slot + 4).String(), o);
           });
         });
   }
