@@ -11,6 +11,14 @@
 
 namespace Varnholt::KrdFiles::Index {
 
+namespace {
+
+// The most counted statements a batch holds before it is committed whatever
+// the batch size: about 20 MB of statements kept in memory.
+constexpr std::size_t kMaxJournalStatements = 100000;
+
+}  // namespace
+
 void IndexConnection::BeginTransaction() {
   RequireOpen();
   if (!database_.InTransaction()) RunControl("begin transaction");
@@ -46,7 +54,11 @@ bool IndexConnection::ExecuteCounted(const SqlCommand& command) {
   journal_.push_back(command);
   if (pending_statements_ == 0) commit_deadline_ = clock_->DeadlineAfter(CommitIntervalMs());
   ++pending_statements_;
-  if (pending_statements_ >= StatementsPerCommit()) RequestCommit();
+  // A host may set batches far larger than a recording needs; the journal
+  // that keeps the batch for running it again is bounded all the same.
+  if (pending_statements_ >= StatementsPerCommit() || journal_.size() >= kMaxJournalStatements) {
+    RequestCommit();
+  }
   return done;
 }
 
