@@ -39,8 +39,20 @@ void UndoCreationOnFailure(const std::string& created_path, const std::function<
 
 void KrfRecorder::Open() {
   std::lock_guard lock(Mutex());
+  // An index that is already there is refused, and never removed; one this
+  // open starts and cannot finish (a full disk) goes, so that the open can
+  // be tried again.
+  const bool index_existed = PlatformFile::Exists(index_.Path());
   data_file_.Create();
-  UndoCreationOnFailure(data_file_.Path(), [this] { data_file_.Close(); }, [this] { index_.Create(); });
+  UndoCreationOnFailure(data_file_.Path(), [this] { data_file_.Close(); }, [&] {
+    try {
+      index_.Create();
+    } catch (...) {
+      index_.Abandon();
+      if (!index_existed) RemoveCreatedFile(index_.Path());
+      throw;
+    }
+  });
   // Rows committed to the index only ever point at packets on the disk.
   index_.SetBeforeCommit([this] { data_file_.Sync(); });
 }

@@ -16,6 +16,9 @@ namespace Varnholt::KrdFiles::Index {
 
 namespace {
 
+// How often Close tries its last commit before it gives up.
+constexpr int kCloseCommitAttempts = 10;
+
 // True when the connection can read the file's schema, or fails to for a
 // reason other than the medium refusing what SQLite needs to read it.
 bool ReadsOrFailsForContent(const SqliteDatabase& database) {
@@ -108,16 +111,28 @@ void IndexConnection::StartSession(SqliteDatabase database) {
 void IndexConnection::Close() {
   if (!is_open_) return;
   std::exception_ptr commit_failure;
-  try {
-    CommitTransaction();
-  } catch (...) {
-    commit_failure = std::current_exception();
+  for (int attempt = 1; attempt <= kCloseCommitAttempts; ++attempt) {
+    try {
+      CommitTransaction();
+      commit_failure = nullptr;
+      break;
+    } catch (...) {
+      commit_failure = std::current_exception();
+    }
   }
   is_open_ = false;
   journal_.clear();
   statements_.reset();           // finalises the idle statements
   database_ = SqliteDatabase();  // closes unless a cursor still holds it
   if (commit_failure) std::rethrow_exception(commit_failure);
+}
+
+void IndexConnection::Abandon() noexcept {
+  is_open_ = false;
+  journal_.clear();
+  batch_lost_ = false;
+  statements_.reset();
+  database_ = SqliteDatabase();  // SQLite rolls back what was not committed
 }
 
 void IndexConnection::CloseWithoutThrowing() noexcept {

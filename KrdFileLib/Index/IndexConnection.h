@@ -68,9 +68,14 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Creates a KRQ file with the full schema. A file that already holds an
   // index is left as it was and the connection ends closed.
   void Create();
-  // Commits and closes; harmless when not open. The handle is closed even
-  // when the commit fails, and then the failure is reported.
+  // Commits and closes; harmless when not open. A commit that fails is
+  // tried again a few times (running the batch again where SQLite rolled it
+  // back), as a disk that filled up may have room again a moment later; the
+  // handle is closed even when the commit fails for good, and then the
+  // failure is reported.
   void Close();
+  // Closes without committing, as after a failed Create.
+  void Abandon() noexcept;
 
   // Begin or commit the batch's transaction; each does nothing when there
   // is nothing to do (a transaction already open, or none to commit).
