@@ -26,14 +26,16 @@ void KrfFileBase::Close() {
 }
 
 KrfFileBase::OperationScope::OperationScope(KrfFileBase& file)
-    : file_(file), lock_(file.mutex_), exceptions_at_start_(std::uncaught_exceptions()) {
-  if (file_.operation_depth_++ == 0) file_.operation_append_start_.reset();
-  file_.index_.BeginOperation();
+    : file_(file),
+      lock_(file.mutex_),
+      exceptions_at_start_(std::uncaught_exceptions()),
+      outermost_(file.index_.BeginOperation()) {
+  if (outermost_) file_.operation_append_start_.reset();
 }
 
 KrfFileBase::OperationScope::~OperationScope() {
   const bool succeeded = std::uncaught_exceptions() == exceptions_at_start_;
-  if (--file_.operation_depth_ == 0) file_.EndOperation(succeeded);
+  if (outermost_) file_.EndOperation(succeeded);
   file_.index_.EndOperation(succeeded);
 }
 
@@ -48,7 +50,7 @@ void KrfFileBase::EndOperation(bool succeeded) noexcept {
 }
 
 void KrfFileBase::NoteAppendAt(uint64_t offset) {
-  if (operation_depth_ > 0 && !operation_append_start_) operation_append_start_ = offset;
+  if (index_.InOperation() && !operation_append_start_) operation_append_start_ = offset;
 }
 
 void KrfFileBase::Reindex() { throw Errors::OnlyAllowedInReindexMode(); }

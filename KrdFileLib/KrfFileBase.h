@@ -244,6 +244,7 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
     KrfFileBase& file_;
     std::lock_guard<std::recursive_mutex> lock_;
     const int exceptions_at_start_;
+    const bool outermost_;
   };
   [[nodiscard]] OperationScope LockFile() { return OperationScope(*this); }
   // Remembers where the running operation's first packet went, so that a
@@ -266,7 +267,6 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   void EndOperation(bool succeeded) noexcept;
 
   std::recursive_mutex mutex_;
-  int operation_depth_ = 0;
   std::optional<uint64_t> operation_append_start_;
 };
 

@@ -129,7 +129,7 @@ void IndexConnection::CatchUp() {
 // of recording a small data block. Most refusals come before any write, and
 // undo nothing.
 
-void IndexConnection::BeginOperation() { ++operation_depth_; }
+bool IndexConnection::BeginOperation() { return ++operation_depth_ == 1; }
 
 void IndexConnection::MarkOperationStart() {
   if (operation_depth_ == 0 || operation_start_) return;

@@ -112,8 +112,10 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // One host call on the file (IndexBatch.cpp). Calls nest; the outermost
   // decides: on success its statements stay in the batch (which is
   // committed now if it has filled up), on failure they are rolled back.
-  void BeginOperation();
+  // True when this call is the outermost one.
+  bool BeginOperation();
   void EndOperation(bool succeeded) noexcept;
+  bool InOperation() const { return operation_depth_ > 0; }
   // Commits at the end of the current call (at once outside a call).
   void RequestCommit();
   // Runs before each commit that carries writes, unless synchronous writes

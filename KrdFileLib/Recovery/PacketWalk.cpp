@@ -76,15 +76,15 @@ WalkEnd PacketWalk::Run(const Visit& visit) {
 }
 
 WalkEnd PacketWalk::Torn(uint64_t offset, std::string reason) {
-  end_.kind = WalkEnd::Kind::kTornTail;
-  end_.whole_packets_end = offset;
-  end_.reason = std::move(reason);
-  if (progress_) progress_(end_.file_size, end_.file_size);
-  return end_;
+  return Stop(WalkEnd::Kind::kTornTail, offset, std::move(reason));
 }
 
 WalkEnd PacketWalk::Damaged(uint64_t offset, std::string reason) {
-  end_.kind = WalkEnd::Kind::kDamage;
+  return Stop(WalkEnd::Kind::kDamage, offset, std::move(reason));
+}
+
+WalkEnd PacketWalk::Stop(WalkEnd::Kind kind, uint64_t offset, std::string reason) {
+  end_.kind = kind;
   end_.whole_packets_end = offset;
   end_.reason = std::move(reason);
   if (progress_) progress_(end_.file_size, end_.file_size);

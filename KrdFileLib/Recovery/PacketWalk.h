@@ -68,6 +68,8 @@ class PacketWalk : public CommonLib::NonCopyableClassBase {
 
   WalkEnd Torn(uint64_t offset, std::string reason);
   WalkEnd Damaged(uint64_t offset, std::string reason);
+  // Ends the walk with its kind, where the whole packets end, and why.
+  WalkEnd Stop(WalkEnd::Kind kind, uint64_t offset, std::string reason);
 
   KrdInstance& file_;
   PacketCheck& check_;
