@@ -147,6 +147,20 @@ inline E36 IndexNotReplaced(const std::string& path) {
 inline E36 RecordingChangedDuringRepair() {
   return E36("The recording changed while it was being repaired; nothing was cut.");
 }
+// A recording hands out each entity ID once (EntityIds.h).
+inline E36 EntityIdsUsedUp(const std::string& kind, uint64_t highest_id) {
+  return E36("Every " + kind + " ID up to " + Decimal(highest_id) +
+             " has been handed out; a recording never hands out an ID twice, so no further " + kind +
+             " can be created.");
+}
+inline E36 RootDeviceIdHandedOut() {
+  return E36("The root device's ID 0 has been handed out before; a recording never hands out an ID twice, "
+             "so no root device can be created again.");
+}
+inline E36 BlockEndsPastTimeLimit(int64_t start_time, uint64_t frames, uint64_t divisor) {
+  return E36("A block of " + Decimal(frames) + " frames " + Decimal(divisor) + " ticks apart from " +
+             std::to_string(start_time) + " would end past the largest time offset (9223372036854775807).");
+}
 inline E36 StartTimeExceedsEndTime() { return E36("The startTime exceeds endTime."); }
 inline E36 TextTooLong(std::string_view field, uint64_t length, uint64_t limit) {
   return E36("The " + std::string(field) + " is " + Decimal(length) + " bytes long; a packet holds at most " +

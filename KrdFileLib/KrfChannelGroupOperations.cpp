@@ -13,12 +13,14 @@ using Packets::ChannelGroupPacket;
 // Unlike the other creates, the group's row goes into the index before the
 // packet is given its offset, so the row's offset column keeps the unset
 // offset (-1) in every mode; the packet in the data file is complete.
-// Nothing about the arguments is checked here.
+// Nothing about the arguments is checked here, but a recording never hands
+// out a group ID twice (code 36 once all are used).
 uint16_t KrfFileBase::CreateChannelGroup(uint32_t time_base_divisor, uint8_t channel_count,
                                          uint16_t data_type) {
   auto lock = LockFile();
   CheckModifyAllowed();
   ChannelGroupPacket group(time_base_divisor, channel_count, data_type);
+  group.AssignId(NewEntityId(EntityIds::Kind::kChannelGroup));
   group.AddToIndex(index_);
   data_file_.AssignEndOffset(group);
   CommitPacket(group);
@@ -31,6 +33,7 @@ void KrfFileBase::DeleteChannelGroup(uint16_t group_id) {
   const auto group = ChannelGroupPacket::Find(index_, group_id);
   group->CheckHasNoChannels(index_);
   group->RemoveFromIndex(index_);
+  entity_ids_.NoteDeleted(EntityIds::Kind::kChannelGroup, group_id);
 }
 
 KrfFileBase::Ids KrfFileBase::ChannelGroupList() {

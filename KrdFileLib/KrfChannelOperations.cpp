@@ -25,6 +25,7 @@ uint16_t KrfFileBase::CreateChannel(uint16_t group_id, uint16_t physical_channel
   ChannelPacket channel(group_id, physical_channel_id, interleave_index, label);
   channel.CheckInterleaveIndex(index_);
   PhysicalChannelPacket::Find(index_, physical_channel_id);
+  channel.AssignId(NewEntityId(EntityIds::Kind::kChannel));
   AddPacket(channel);
   return channel.ChannelId();
 }
@@ -37,6 +38,7 @@ void KrfFileBase::DeleteChannel(uint16_t channel_id) {
   steps.channel_id.Set(channel_id);
   steps.Delete(index_, {&steps.channel_id});
   channel->RemoveFromIndex(index_);
+  entity_ids_.NoteDeleted(EntityIds::Kind::kChannel, channel_id);
 }
 
 KrfFileBase::Ids KrfFileBase::ChannelList() {

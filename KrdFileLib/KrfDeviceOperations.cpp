@@ -20,6 +20,8 @@ uint16_t KrfFileBase::CreateDevice(uint16_t parent_id, const std::string& label)
   CheckModifyAllowed();
   DevicePacket device(parent_id, label);
   device.CheckCanBeAdded(index_);
+  device.AssignId(device.IsRoot() ? entity_ids_.Root(index_)
+                                  : NewEntityId(EntityIds::Kind::kDevice));
   AddPacket(device);
   return device.DeviceId();
 }
@@ -32,6 +34,7 @@ void KrfFileBase::DeleteDevice(uint16_t device_id) {
   device->CheckHasNoChildren(index_);
   DeviceAttributePacket::RemoveAllOf(index_, device_id);
   device->RemoveFromIndex(index_);
+  entity_ids_.NoteDeleted(EntityIds::Kind::kDevice, device_id);
 }
 
 KrfFileBase::Ids KrfFileBase::DeviceChildrenList(uint16_t device_id) {

@@ -22,6 +22,7 @@ uint16_t KrfFileBase::CreateEventSource(uint16_t physical_channel_id, uint16_t d
   CheckModifyAllowed();
   EventSourcePacket source(physical_channel_id, data_type, label);
   Packets::PhysicalChannelPacket::Find(index_, physical_channel_id);
+  source.AssignId(NewEntityId(EntityIds::Kind::kEventSource));
   AddPacket(source);
   return source.EventSourceId();
 }
@@ -34,6 +35,7 @@ void KrfFileBase::DeleteEventSource(uint16_t event_source_id) {
   events.event_source_id.Set(event_source_id);
   events.Delete(index_, {&events.event_source_id});
   source->RemoveFromIndex(index_);
+  entity_ids_.NoteDeleted(EntityIds::Kind::kEventSource, event_source_id);
 }
 
 KrfFileBase::Ids KrfFileBase::EventSourceList() {

@@ -30,7 +30,10 @@ KrfFileBase::OperationScope::OperationScope(KrfFileBase& file)
       lock_(file.mutex_),
       exceptions_at_start_(std::uncaught_exceptions()),
       outermost_(file.index_.BeginOperation()) {
-  if (outermost_) file_.operation_append_start_.reset();
+  if (outermost_) {
+    file_.operation_append_start_.reset();
+    file_.entity_ids_at_operation_start_ = file_.entity_ids_.Save();
+  }
 }
 
 KrfFileBase::OperationScope::~OperationScope() {
@@ -40,7 +43,9 @@ KrfFileBase::OperationScope::~OperationScope() {
 }
 
 void KrfFileBase::EndOperation(bool succeeded) noexcept {
-  if (succeeded || !operation_append_start_) return;
+  if (succeeded) return;
+  entity_ids_.Restore(entity_ids_at_operation_start_);
+  if (!operation_append_start_) return;
   try {
     data_file_.TruncateTo(*operation_append_start_);
   } catch (...) {

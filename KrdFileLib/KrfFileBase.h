@@ -11,6 +11,7 @@
 #include "CommonLib/NonCopyableClassBase.h"
 #include "CommonLib/PolymorphicBasedClassBase.h"
 #include "KrdFileLib/AttributeId.h"
+#include "KrdFileLib/EntityIds.h"
 #include "KrdFileLib/FileLibrarySettings.h"
 #include "KrdFileLib/Index/IndexConnection.h"
 #include "KrdFileLib/KrdInstance.h"
@@ -255,6 +256,9 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   // index (which assigns the entity's ID), and a recorder appends it.
   void AddPacket(Packets::PacketBase& packet);
 
+  // The ID for a new entity of kind, never one handed out before.
+  uint16_t NewEntityId(EntityIds::Kind kind) { return entity_ids_.Next(kind, index_); }
+
   // The opening steps the modes combine.
   void CheckHeader();
   void CheckGuid();
@@ -262,12 +266,14 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   KrdInstance data_file_;
   Index::IndexConnection index_;
   std::shared_ptr<FileLibrarySettings> settings_;
+  EntityIds entity_ids_;
 
  private:
   void EndOperation(bool succeeded) noexcept;
 
   std::recursive_mutex mutex_;
   std::optional<uint64_t> operation_append_start_;
+  EntityIds::State entity_ids_at_operation_start_;
 };
 
 }  // namespace Varnholt::KrdFiles

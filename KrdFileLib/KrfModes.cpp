@@ -55,6 +55,7 @@ void KrfRecorder::Open() {
   });
   // Rows committed to the index only ever point at packets on the disk.
   index_.SetBeforeCommit([this] { data_file_.Sync(); });
+  entity_ids_.StartNewRecording();
 }
 
 void KrfRecorder::CommitPacket(Packets::PacketBase& packet) {

@@ -23,6 +23,7 @@ uint16_t KrfFileBase::CreatePhysicalChannel(uint16_t device_id, uint16_t channel
   PhysicalChannelPacket channel(device_id, channel_number, label);
   DevicePacket::Find(index_, device_id);
   channel.CheckIsNew(index_);
+  channel.AssignId(NewEntityId(EntityIds::Kind::kPhysicalChannel));
   AddPacket(channel);
   return channel.ChannelId();
 }
@@ -33,6 +34,7 @@ void KrfFileBase::DeletePhysicalChannel(uint16_t physical_channel_id) {
   const auto channel = PhysicalChannelPacket::Find(index_, physical_channel_id);
   PhysicalChannelAttributePacket::RemoveAllOf(index_, physical_channel_id);
   channel->RemoveFromIndex(index_);
+  entity_ids_.NoteDeleted(EntityIds::Kind::kPhysicalChannel, physical_channel_id);
 }
 
 KrfFileBase::Ids KrfFileBase::PhysicalChannelList(uint16_t device_id) {

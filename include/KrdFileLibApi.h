@@ -46,6 +46,15 @@
  * after it to call this library's CreateEvent. (Hosts that call the DLL's
  * functions by name are not affected.)
  *
+ * Entity IDs. Devices, physical channels, channel groups, channels and
+ * event sources have 16-bit IDs that the library hands out: the root device
+ * 0, every other entity 1, 2, ... Within a recording an ID is handed out
+ * once and never again, not even after its entity is deleted, so that no
+ * new entity takes over what named the old one (a deleted group's blocks, a
+ * deleted device's physical channels); the root device cannot be created
+ * again once deleted. 65534 and 65535 are markers, so once ID 65533 of a
+ * kind has been handed out, creating another fails with 36.
+ *
  * File functions. Every function after the library functions takes the
  * file handle first, then its arguments, then the address of its output (if
  * any). Modifying functions fail with 29 on a file opened for reading; in

@@ -129,6 +129,10 @@ void IndexTable::AddParameters(SqlCommand& command, const ColumnFilter& columns)
   for (const TableColumnBase* column : columns) column->AddAsParameter(command);
 }
 
+void IndexTable::SetRowId(uint32_t row_id) {
+  if (TableColumnBase* column = RowIdColumn()) column->SetFromRowId(row_id);
+}
+
 void IndexTable::Insert(IndexConnection& connection, bool skip_row_id) {
   SqlCommand command(InsertText(skip_row_id));
   AddParameters(command, InsertedColumns(skip_row_id));

@@ -42,6 +42,8 @@ class IndexTable : public CommonLib::NonCopyableClassBase {
   std::string IdSelectText(const std::string& select_column_name,
                            const std::string& filter_column_name) const;
 
+  // Sets the buffer's row id column, for a row inserted with its id.
+  void SetRowId(uint32_t row_id);
   // Writes the buffer as a new row. With skip_row_id the database assigns
   // the row id, which is then read back into its column.
   void Insert(IndexConnection& connection, bool skip_row_id);

@@ -11,12 +11,12 @@ namespace Varnholt::KrdFiles::Packets {
 // A group of channels sampled together: one sample data type, one channel
 // count and one sampling interval (the time base divisor, in time-offset
 // units between two frames). Its data blocks hold frames of one sample per
-// channel. Its id is assigned by the index.
+// channel. Its id is handed out by the file object (EntityIds).
 //
 // Body: u16 group id, u32 time base divisor, u8 channel count, u16 data type.
 class ChannelGroupPacket final : public IndexedPacket<Index::ChannelGroupTable> {
  public:
-  // The group id a new group carries until the index assigns one.
+  // The group id a new group carries until it is given one.
   static constexpr uint16_t kUnsetGroupId = 65535;
 
   ChannelGroupPacket(uint32_t time_base_divisor, uint8_t channel_count, uint16_t data_type);

@@ -25,7 +25,7 @@ struct ChannelData {
 // One channel of a channel group: the physical channel it comes from and
 // its place (interleave index) in each of the group's frames. The index
 // also keeps whether the channel is disabled, which the file does not
-// carry. Its id is assigned by the index.
+// carry. Its id is handed out by the file object (EntityIds).
 //
 // Body: u16 channel id, u16 channel group id, u16 physical channel id,
 // u8 interleave index, string8 label.

@@ -42,7 +42,7 @@ DataPacket::DataPacket(const ChannelGroupPacket& group, int64_t start_time_offse
       channel_group_id_(group.GroupId()),
       samples_(samples) {
   BindRow();
-  TakeFrames(group, samples_.size());
+  TakeNewFrames(group);
 }
 
 DataPacket::DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset, Bytes&& samples)
@@ -52,7 +52,7 @@ DataPacket::DataPacket(const ChannelGroupPacket& group, int64_t start_time_offse
       owned_samples_(std::move(samples)),
       samples_(owned_samples_) {
   BindRow();
-  TakeFrames(group, samples_.size());
+  TakeNewFrames(group);
 }
 
 DataPacket::DataPacket(KrdInstance& file, Index::IndexConnection& connection,
@@ -79,6 +79,15 @@ void DataPacket::BindRow() {
   row_.channel_group_id.PointAt(&channel_group_id_);
   row_.start_time_offset.PointAt(&start_time_offset_);
   row_.end_time_offset.PointAt(&end_time_offset_);
+}
+
+void DataPacket::TakeNewFrames(const ChannelGroupPacket& group) {
+  TakeFrames(group, samples_.size());
+  // Blocks already in a file keep the end time they wrap to; a new one
+  // must not begin the wrap.
+  if (!Frames().EndsWithinTimeRange()) {
+    throw Errors::BlockEndsPastTimeLimit(start_time_offset_, frame_count_, divisor_);
+  }
 }
 
 void DataPacket::TakeFrames(const ChannelGroupPacket& group, uint64_t sample_bytes) {

@@ -31,7 +31,8 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   static constexpr uint64_t kFixedBodySize = 10;
 
   // A new block of group. Checks that samples hold whole frames and at
-  // least one (code 47; code 36 when the group's data type is unknown).
+  // least one (code 47; code 36 when the group's data type is unknown or
+  // the last frame would lie past the largest time offset).
   // The packet refers to samples, which must outlive it.
   DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset,
              std::span<const uint8_t> samples);
@@ -82,6 +83,10 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   // The recording check: counts the frames in sample_bytes and computes the
   // end time from the group.
   void TakeFrames(const ChannelGroupPacket& group, uint64_t sample_bytes);
+  // The recording check of a new block over its own samples, which also
+  // refuses a block whose last frame would lie past the largest time
+  // offset (code 36).
+  void TakeNewFrames(const ChannelGroupPacket& group);
 
   int64_t start_time_offset_ = 0;
   uint16_t channel_group_id_ = 0;

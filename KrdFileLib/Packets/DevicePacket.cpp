@@ -85,8 +85,8 @@ void DevicePacket::AppendBody(Bytes& body) const {
 }
 
 void DevicePacket::AddToIndex(Index::IndexConnection& connection) {
-  if (is_root_) device_id_ = kRootDeviceId;
-  InsertRow(connection, !is_root_);
+  if (is_root_) AssignId(kRootDeviceId);
+  IndexedPacket::AddToIndex(connection);
 }
 
 }  // namespace Varnholt::KrdFiles::Packets

@@ -16,7 +16,7 @@ inline constexpr uint16_t kNoParentDeviceId = 65535;
 
 // One node of the recording's device tree: a device, its parent and its
 // label. The root device always has id 0 and no parent; every other
-// device's id is assigned by the index. Whether a device is the root is not
+// device's id is handed out by the file object. Whether a device is the root is not
 // stored but follows from its id.
 //
 // Body: u16 device id, u16 parent id, string8 label.
@@ -47,8 +47,7 @@ class DevicePacket final : public IndexedPacket<Index::DeviceTable> {
   void RequireRecorded(Index::IndexConnection& connection) const;
 
   void AppendBody(Bytes& body) const override;
-  // A root device is inserted with id 0; any other takes the id the index
-  // assigns.
+  // A root device is inserted with id 0; any other with the id assigned.
   void AddToIndex(Index::IndexConnection& connection) override;
 
  private:

@@ -11,7 +11,8 @@
 namespace Varnholt::KrdFiles::Packets {
 
 // A source of time-stamped events, bound to a physical channel, with the
-// data type of its events' payloads. Its id is assigned by the index.
+// data type of its events' payloads. Its id is handed out by the file
+// object (EntityIds).
 //
 // Body: u16 event source id, u16 physical channel id, u16 data type,
 // string8 label.

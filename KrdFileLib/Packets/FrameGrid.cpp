@@ -1,6 +1,7 @@
 #include "KrdFileLib/Packets/FrameGrid.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace Varnholt::KrdFiles::Packets {
 
@@ -28,6 +29,12 @@ TimeWindow TimeWindow::ForInterval(int64_t start, int64_t length) {
 
 int64_t FrameGrid::FrameTime(uint64_t frame) const {
   return static_cast<int64_t>(static_cast<uint64_t>(start_time_) + frame * divisor_);
+}
+
+bool FrameGrid::EndsWithinTimeRange() const {
+  if (frame_count_ == 0) return true;
+  const uint64_t room = Distance(start_time_, std::numeric_limits<int64_t>::max());
+  return divisor_ == 0 || (frame_count_ - 1) <= room / divisor_;
 }
 
 uint64_t FrameGrid::FirstFrameAtOrAfter(int64_t time) const {

@@ -31,6 +31,9 @@ class FrameGrid {
   // The time of frame k (wrapping like the file's unsigned time fields).
   int64_t FrameTime(uint64_t frame) const;
   int64_t LastFrameTime() const { return FrameTime(frame_count_ - 1); }
+  // False when the last frame's time would pass the largest time offset,
+  // so that LastFrameTime wraps around.
+  bool EndsWithinTimeRange() const;
 
   // The first frame at or after time; FrameCount() when there is none.
   uint64_t FirstFrameAtOrAfter(int64_t time) const;

@@ -20,9 +20,18 @@ inline constexpr uint16_t kUnrecordedId = 65534;
 template <typename Table>
 class IndexedPacket : public PacketBase {
  public:
-  // Inserts the row of a new entity; the id the index assigns (if the table
-  // has a row id) is copied into the packet before it is written.
-  void AddToIndex(Index::IndexConnection& connection) override { InsertRow(connection, true); }
+  // Inserts the row of a new entity under the id given by AssignId, or
+  // else the id the index assigns (if the table has a row id), which is
+  // copied into the packet before it is written.
+  void AddToIndex(Index::IndexConnection& connection) override {
+    InsertRow(connection, !id_assigned_);
+  }
+  // Gives a new entity the id the file object hands out (EntityIds), for
+  // AddToIndex to insert its row under.
+  void AssignId(uint16_t id) {
+    row_.SetRowId(id);
+    id_assigned_ = true;
+  }
   // Inserts the row of a packet read back from the file with the ids the
   // packet carries, so that a rebuilt index keeps them.
   void RestoreInIndex(Index::IndexConnection& connection, KrdInstance& /*file*/) override {
@@ -60,6 +69,8 @@ class IndexedPacket : public PacketBase {
 
  private:
   void BindOffset() { row_.offset.PointAt(&file_offset_); }
+
+  bool id_assigned_ = false;
 };
 
 }  // namespace Varnholt::KrdFiles::Packets

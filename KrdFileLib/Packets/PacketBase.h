@@ -58,8 +58,8 @@ class PacketBase : public CommonLib::PolymorphicBasedClassBase,
   // The complete image written to the file: GetHead() followed by Payload().
   Bytes GetImage() const;
 
-  // Records a new entity's packet in the index; the id the index assigns is
-  // copied back into the packet before the packet is written.
+  // Records a new entity's packet in the index; the id it is inserted under
+  // is in the packet before the packet is written.
   virtual void AddToIndex(Index::IndexConnection& connection) = 0;
   // Records a packet read back from the file, keeping the ids it carries.
   // Used when an index is rebuilt from its data file; file is that data file.

@@ -10,8 +10,8 @@
 
 namespace Varnholt::KrdFiles::Packets {
 
-// One physical input of a device, numbered per device. Its id is assigned
-// by the index.
+// One physical input of a device, numbered per device. Its id is handed
+// out by the file object (EntityIds).
 //
 // Body: u16 channel id, u16 device id, u16 channel number, string8 label.
 class PhysicalChannelPacket final : public IndexedPacket<Index::PhysicalChannelTable> {

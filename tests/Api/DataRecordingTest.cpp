@@ -104,6 +104,11 @@ TEST_F(DataRecordingTest, ABlockOfWholeFramesEndsAtItsLastFrame) {
   EXPECT_EQ(RecordChannelGroupData(file, 3, 7, HostBytes("aabbcc").Array()), 0);
   EXPECT_EQ(MaxTime(file, 3), 7) << "with divisor 0 every frame lies at the start";
   EXPECT_EQ(Samples(file, 3, 7, 1), "aabbcc");
+  EXPECT_EQ(RecordChannelGroupData(file, 3, kMax, HostBytes("aabbcc").Array()), 0);
+
+  EXPECT_EQ(RecordChannelGroupData(file, 1, kMax - 20, HostBytes(Counting(24)).Array()), 0);
+  EXPECT_EQ(MaxTime(file, 1), kMax) << "the last frame at the largest time offset";
+  EXPECT_EQ(Samples(file, 1, kMax, -1), Counting(24).substr(16, 4));
 }
 
 TEST_F(DataRecordingTest, RangesWrapAtTheTimeLimitsAndComeOutInverted) {
@@ -179,6 +184,9 @@ INSTANTIATE_TEST_SUITE_P(
                     kNotWholeFrames},
         DataFailure{"UnregisteredDataType", HostFixture::kRecord, Record(2, 0, 4), 36,
                     "The specified data-type ID (99) is not registered."},
+        DataFailure{"EndPastTheTimeLimit", HostFixture::kRecord, Record(1, kMax - 19, 24), 36,
+                    "A block of 3 frames 10 ticks apart from 9223372036854775788 would end past "
+                    "the largest time offset (9223372036854775807)."},
         DataFailure{"UnknownGroup", HostFixture::kRecord, Record(9, 0, 8), 19,
                     "Could not find an channel group with the ID 9"},
         DataFailure{"RepeatedBlock", HostFixture::kRecord, Record(1, 100, 24), 41,

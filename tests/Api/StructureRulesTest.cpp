@@ -43,6 +43,13 @@ TEST_F(StructureRulesTest, ReadsBackAsRecordedAfterReopeningAndFromARebuiltIndex
 
 TEST_F(StructureRulesTest, DevicesGoLeafFirstAndTakeTheirAttributesButNotTheirChannels) {
   const KrdFileHandle file = OpenStandard(kRecord);
+  EXPECT_EQ(CreateDeviceAttribute(file, 0, 1, 2, HostBytes("").Array()), 0) << "an empty value";
+  EXPECT_EQ(CreateDeviceAttribute(file, 0, 1, 1, HostBytes("b").Array()), 0)
+      << "the same key at another index";
+  KrdU16Array2DHandle attributes = nullptr;
+  EXPECT_EQ(DeviceAttributeList(file, 0, &attributes), 0);
+  EXPECT_EQ(TakeAttributeIds(attributes), (AttributeRows{{1, 0}, {1, 1}, {1, 2}}));
+
   EXPECT_EQ(DeleteDevice(file, 1), 0) << "physical channels do not hold a device";
   KrdStringHandle label = nullptr;
   EXPECT_EQ(GetPhysicalChannelLabel(file, 1, &label), 0);
@@ -52,17 +59,80 @@ TEST_F(StructureRulesTest, DevicesGoLeafFirstAndTakeTheirAttributesButNotTheirCh
   KrdU8ArrayHandle value = nullptr;
   EXPECT_EQ(GetDeviceAttribute(file, 0, 1, 0, &value), 11) << "the attribute went with it";
   EXPECT_EQ(TakeBytes(value), "");
+}
 
-  uint16_t root = 99;
-  EXPECT_EQ(CreateDevice(file, 65535, HostBytes("new rig").String(), &root), 0);
-  EXPECT_EQ(root, 0);
-  EXPECT_EQ(CreateDeviceAttribute(file, 0, 1, 1, HostBytes("b").Array()), 0);
-  EXPECT_EQ(CreateDeviceAttribute(file, 0, 1, 0, HostBytes("a").Array()), 0)
-      << "the same key at another index";
-  EXPECT_EQ(CreateDeviceAttribute(file, 0, 1, 2, HostBytes("").Array()), 0) << "an empty value";
-  KrdU16Array2DHandle attributes = nullptr;
-  EXPECT_EQ(DeviceAttributeList(file, 0, &attributes), 0);
-  EXPECT_EQ(TakeAttributeIds(attributes), (AttributeRows{{1, 0}, {1, 1}, {1, 2}}));
+// An ID names one entity for the life of a recording: a deleted entity's
+// packet stays in the data file, and rows that named it (a group's blocks,
+// a device's physical channels) stay in the index.
+TEST_F(StructureRulesTest, IdsAreNeverHandedOutTwice) {
+  Configure(100, 10000, 64 * 1024, {{3, 4}});
+  const KrdFileHandle file = OpenStandard(kRecord);
+  uint16_t id = 0;
+  ASSERT_EQ(RecordChannelGroupData(file, 2, 0, HostBytes("abcd").Array()), 0);
+  ASSERT_EQ(DeleteChannelGroup(file, 2), 0);
+  EXPECT_EQ(CreateChannelGroup(file, 1, 1, 3, &id), 0);
+  EXPECT_EQ(id, 3);
+  ASSERT_EQ(CreateChannel(file, 3, 1, 0, HostBytes("new").String(), &id), 0);
+  EXPECT_EQ(id, 3);
+  int64_t continuation = 0;
+  KrdU8ArrayHandle samples = nullptr;
+  EXPECT_EQ(GetChannelData(file, 3, 0, 10, &continuation, &samples), 0);
+  EXPECT_EQ(TakeBytes(samples), "") << "the deleted group's block is not the new group's";
+
+  ASSERT_EQ(DeleteChannel(file, 3), 0);
+  EXPECT_EQ(CreateChannel(file, 1, 1, 0, HostBytes("again").String(), &id), 0);
+  EXPECT_EQ(id, 4);
+  ASSERT_EQ(DeleteDevice(file, 1), 0);
+  EXPECT_EQ(CreateDevice(file, 0, HostBytes("new daq").String(), &id), 0);
+  EXPECT_EQ(id, 2);
+  KrdU16ArrayHandle ids = nullptr;
+  EXPECT_EQ(PhysicalChannelList(file, 2, &ids), 0);
+  EXPECT_TRUE(TakeIds(ids).empty()) << "the deleted device's physical channels stay its own";
+  ASSERT_EQ(DeleteEventSource(file, 1), 0);
+  EXPECT_EQ(CreateEventSource(file, 1, 5, HostBytes("limit 2").String(), &id), 0);
+  EXPECT_EQ(id, 2);
+  ASSERT_EQ(DeletePhysicalChannel(file, 2), 0);
+  EXPECT_EQ(CreatePhysicalChannel(file, 2, 1, HostBytes("ai1").String(), &id), 0);
+  EXPECT_EQ(id, 3);
+
+  ASSERT_EQ(DeleteDevice(file, 2), 0);
+  ASSERT_EQ(DeleteDevice(file, 0), 0);
+  const uint64_t size = KrdSize();
+  EXPECT_EQ(CreateDevice(file, 65535, HostBytes("rig").String(), &id), 36);
+  EXPECT_EQ(LastMessage(file),
+            "The root device's ID 0 has been handed out before; a recording never hands out an "
+            "ID twice, so no root device can be created again.");
+  EXPECT_EQ(KrdSize(), size);
+  EXPECT_EQ(Close(file), 0);
+
+  HostBytes krd(dir_.File("s.krd"));
+  HostBytes krq(dir_.File("rebuilt.krq"));
+  EXPECT_EQ(CreateIndex(krd.String(), krq.String()), 0) << "no two packets share an ID";
+
+  const KrdFileHandle editor = OpenOrFail("s", kEdit);
+  ASSERT_EQ(DeleteChannel(editor, 4), 0);
+  EXPECT_EQ(CreateChannel(editor, 1, 1, 0, HostBytes("edited").String(), &id), 0);
+  EXPECT_EQ(id, 5) << "an editor knows what it deleted";
+  EXPECT_EQ(CreateChannelGroup(editor, 1, 1, 3, &id), 0);
+  EXPECT_EQ(id, 4) << "and the highest ID the index names: the deleted group 2's block is there";
+}
+
+// IDs end below the markers 65534 (unrecorded) and 65535 (no parent).
+TEST_F(StructureRulesTest, TheLastIdIs65533) {
+  Configure(100000, 10000);
+  const KrdFileHandle file = OpenStandard(kRecord);
+  uint16_t id = 0;
+  int32_t code = 0;
+  int created = 0;
+  while ((code = CreateChannelGroup(file, 1, 1, 3, &id)) == 0) ++created;
+  EXPECT_EQ(code, 36);
+  EXPECT_EQ(created, 65533 - 2);
+  EXPECT_EQ(id, 65533);
+  EXPECT_EQ(LastMessage(file),
+            "Every channel group ID up to 65533 has been handed out; a recording never hands out "
+            "an ID twice, so no further channel group can be created.");
+  EXPECT_EQ(DeleteChannelGroup(file, 65533), 0);
+  EXPECT_EQ(CreateChannelGroup(file, 1, 1, 3, &id), 36);
 }
 
 TEST_F(StructureRulesTest, PhysicalChannelsAreNumberedPerDeviceAndTakeTheirAttributes) {
