@@ -211,6 +211,12 @@ const DamageCase kDamageCases[] = {
        pair.Append(pair.PacketBytes(pair.Nth(Kind::kDeviceAttribute, 0)));
        return Expected().Unindexed({end}).Actions({"restored"});
      }},
+    {"RebuildWithAGroupIdGivenAgain",  // as recorders wrote before IDs were kept
+     [](const Pair& pair) {
+       pair.Append(pair.PacketBytes(pair.Nth(Kind::kChannelGroup, 0)));
+       std::filesystem::remove(pair.krq);
+       return Expected().Unusable("could not be found").Actions({"rebuilt"});
+     }},
     {"RowPointingInsideAPacket",
      [](const Pair& pair) {
        pair.Sql("UPDATE device SET offset = offset + 3");
