@@ -161,6 +161,10 @@ inline E36 BlockEndsPastTimeLimit(int64_t start_time, uint64_t frames, uint64_t 
   return E36("A block of " + Decimal(frames) + " frames " + Decimal(divisor) + " ticks apart from " +
              std::to_string(start_time) + " would end past the largest time offset (9223372036854775807).");
 }
+inline E36 ResultTooLarge(uint64_t bytes, uint64_t most) {
+  return E36("The samples asked for come to " + Decimal(bytes) + " bytes, more than the " + Decimal(most) +
+             " bytes an array can hold; read the time range in shorter pieces.");
+}
 inline E36 StartTimeExceedsEndTime() { return E36("The startTime exceeds endTime."); }
 inline E36 TextTooLong(std::string_view field, uint64_t length, uint64_t limit) {
   return E36("The " + std::string(field) + " is " + Decimal(length) + " bytes long; a packet holds at most " +

@@ -23,16 +23,14 @@ void KrfFileBase::RecordChannelGroupData(uint16_t group_id, int64_t start_time_o
   AddPacket(block);
 }
 
-KrfFileBase::Bytes KrfFileBase::GetChannelData(uint16_t channel_id, int64_t start_time,
-                                               int64_t length, int64_t& continuation_time) {
+void KrfFileBase::GetChannelData(uint16_t channel_id, int64_t start_time, int64_t length,
+                                 int64_t& continuation_time, Packets::SampleBuffer& samples) {
   auto lock = LockFile();
   const auto channel = ChannelPacket::Find(index_, channel_id);
   const uint64_t chunk_size =
       settings_ ? settings_->ReadChunkSize() : FileLibrarySettings::kDefaultReadChunkSize;
-  Packets::ChannelData data =
-      channel->GetChannelData(index_, data_file_, start_time, length, chunk_size);
-  continuation_time = data.continuation_time;
-  return std::move(data.samples);
+  continuation_time =
+      channel->GetChannelData(index_, data_file_, start_time, length, chunk_size, samples);
 }
 
 int64_t KrfFileBase::GetMaxChGroupTime(uint16_t group_id) {

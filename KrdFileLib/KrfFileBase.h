@@ -20,6 +20,7 @@ namespace Varnholt::KrdFiles {
 
 namespace Packets {
 class PacketBase;
+class SampleBuffer;
 }
 
 // One open recording: the pair of a KRD data file and its KRQ index, and
@@ -149,13 +150,14 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   // start_time_offset; record mode only. Blocks are neither ordered nor
   // checked for overlap.
   void RecordChannelGroupData(uint16_t group_id, int64_t start_time_offset, const Bytes& samples);
-  // The channel's samples, in time order, over length ticks from start_time:
-  // forward for a positive length, backward (ending at start_time) for a
-  // negative one. continuation_time receives where the next read in the same
-  // direction starts: the next frame of the group that way, or -1 when
-  // there is none.
-  Bytes GetChannelData(uint16_t channel_id, int64_t start_time, int64_t length,
-                       int64_t& continuation_time);
+  // Puts the channel's samples into samples, in time order, over length
+  // ticks from start_time: forward for a positive length, backward (ending
+  // at start_time) for a negative one. continuation_time receives where the
+  // next read in the same direction starts: the next frame of the group
+  // that way, or -1 when there is none. A result larger than samples can
+  // hold is refused (code 36) before anything is read.
+  void GetChannelData(uint16_t channel_id, int64_t start_time, int64_t length,
+                      int64_t& continuation_time, Packets::SampleBuffer& samples);
   // The last frame time of the group's latest-starting block; 0 without blocks.
   int64_t GetMaxChGroupTime(uint16_t group_id);
 

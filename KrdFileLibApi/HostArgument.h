@@ -14,6 +14,7 @@
 //   Krd*ArrayHandle         const std::vector<T>&
 //   T*, KrdBool*            T&, bool&           (written on success)
 //   handle*                 std::string&, std::vector<T>& (always written)
+//   KrdU8ArrayHandle*       SampleBuffer&       (always written)
 //
 // A member's result travels like a reference parameter: the host passes
 // the address of its variable last.
@@ -22,6 +23,7 @@
 #include <type_traits>
 
 #include "KrdFileLibApi.h"
+#include "KrdFileLibApi/HostSampleBuffer.h"
 #include "KrdFileLibApi/HostValues.h"
 
 namespace Varnholt::KrdFiles {
@@ -113,6 +115,25 @@ class HostOutput {
 
   Host destination_;
   Value value_{};
+};
+
+// Samples read straight into the handle the host receives; like every
+// array output it is always written, empty after a failure.
+template <>
+class HostArgument<KrdU8ArrayHandle*, Packets::SampleBuffer&> {
+ public:
+  explicit HostArgument(KrdU8ArrayHandle* destination) : destination_(destination) {}
+  void Prepare() const {
+    if (destination_ == nullptr) throw BadHostInput("null output address");
+  }
+  Packets::SampleBuffer& Get() { return samples_; }
+  bool Finish(bool succeeded) noexcept {
+    return destination_ == nullptr || samples_.HandTo(destination_, succeeded);
+  }
+
+ private:
+  KrdU8ArrayHandle* destination_;
+  HostSampleBuffer samples_;
 };
 
 // A reference parameter the member fills.

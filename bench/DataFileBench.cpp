@@ -14,6 +14,7 @@
 #include "KrdFileLib/Packets/ChannelSampleReader.h"
 #include "KrdFileLib/Packets/DataPacket.h"
 #include "KrdFileLib/Packets/FrameGrid.h"
+#include "KrdFileLib/Packets/SampleBuffer.h"
 
 namespace {
 
@@ -71,11 +72,10 @@ void BM_ExtractOneChannel(benchmark::State& state) {
   scratch.File().WritePacket(block);
   ChannelSampleReader reader(scratch.File(), group, 3, static_cast<uint64_t>(state.range(0)));
   const TimeWindow whole_block{0, block.EndTimeOffset()};
-  Bytes samples;
   for (auto _ : state) {
-    samples.clear();
+    ByteVectorSampleBuffer samples;
     reader.AppendSamples(block, whole_block, samples);
-    benchmark::DoNotOptimize(samples.data());
+    benchmark::DoNotOptimize(samples.Filled().data());
   }
   // Counted as the bytes of the block the channel was cut from.
   state.SetBytesProcessed(state.iterations() * (1 << 20));

@@ -59,7 +59,7 @@ ChannelSampleReader::ChannelSampleReader(KrdInstance& file, const ChannelGroupPa
 }
 
 void ChannelSampleReader::Reserve(std::span<const Index::DataRecordRef> blocks,
-                                  const TimeWindow& window, Bytes& samples) const {
+                                  const TimeWindow& window, SampleBuffer& samples) const {
   if (frame_size_ == 0) return;
   const uint64_t most_frames = file_.GetEndOffset() / frame_size_;
   uint64_t frames = 0;
@@ -72,11 +72,11 @@ void ChannelSampleReader::Reserve(std::span<const Index::DataRecordRef> blocks,
     const uint64_t end = grid.FramesAtOrBefore(window.last);
     if (end > first) frames = std::min(most_frames, frames + (end - first));
   }
-  samples.reserve(samples.size() + frames * sample_size_);
+  samples.Reserve(samples.Size() + frames * sample_size_);
 }
 
 void ChannelSampleReader::AppendSamples(const DataPacket& block, const TimeWindow& window,
-                                        Bytes& samples) {
+                                        SampleBuffer& samples) {
   const FrameGrid frames = block.Frames();
   const uint64_t first = frames.FirstFrameAtOrAfter(window.first);
   const uint64_t end = frames.FramesAtOrBefore(window.last);
@@ -84,12 +84,12 @@ void ChannelSampleReader::AppendSamples(const DataPacket& block, const TimeWindo
   AppendFrames(block.FirstFrameOffset() + first * frame_size_, end - first, samples);
 }
 
-void ChannelSampleReader::AppendFrames(uint64_t offset, uint64_t frame_count, Bytes& samples) {
+void ChannelSampleReader::AppendFrames(uint64_t offset, uint64_t frame_count,
+                                       SampleBuffer& samples) {
   // The frame count comes from the file: the frames must be there before
   // the result grows to hold their samples.
   file_.RequireRange(offset, frame_count * frame_size_);
-  std::size_t out = samples.size();
-  samples.resize(out + frame_count * sample_size_);
+  uint8_t* out = samples.Extend(frame_count * sample_size_).data();
   const uint64_t chunk_bytes = std::min(frame_count, frames_per_read_) * frame_size_;
   if (chunk_bytes_ < chunk_bytes) {
     chunk_ = std::make_unique_for_overwrite<uint8_t[]>(chunk_bytes);
@@ -100,7 +100,7 @@ void ChannelSampleReader::AppendFrames(uint64_t offset, uint64_t frame_count, By
     const std::span<uint8_t> chunk(chunk_.get(), frames_in_chunk * frame_size_);
     file_.ReadInto(offset, chunk);
     CopyChannelSamples(chunk.data() + sample_offset_, frames_in_chunk, frame_size_, sample_size_,
-                       samples.data() + out);
+                       out);
     out += frames_in_chunk * sample_size_;
     offset += chunk.size();
     frame_count -= frames_in_chunk;

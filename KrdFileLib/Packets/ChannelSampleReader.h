@@ -7,6 +7,7 @@
 #include "KrdFileLib/Index/DataTable.h"
 #include "KrdFileLib/Packets/Coding.h"
 #include "KrdFileLib/Packets/FrameGrid.h"
+#include "KrdFileLib/Packets/SampleBuffer.h"
 
 namespace Varnholt::KrdFiles {
 class KrdInstance;
@@ -32,18 +33,19 @@ class ChannelSampleReader {
                       uint64_t chunk_size);
 
   // Makes room in samples for what AppendSamples will add for blocks over
-  // window, as far as their index rows tell, so that the result grows once.
-  // Never reserves more than the file could hold.
+  // window, as far as their index rows tell, so that the result grows once;
+  // code 36 when that is more than samples can hold. Never reserves more
+  // than the file could hold.
   void Reserve(std::span<const Index::DataRecordRef> blocks, const TimeWindow& window,
-               Bytes& samples) const;
+               SampleBuffer& samples) const;
   // Appends to samples the channel's samples of block whose times lie in
   // window, in time order. Fails with "KRD file ended unexpectedly." when
   // the block's frames are not all in the file, before samples grows.
-  void AppendSamples(const DataPacket& block, const TimeWindow& window, Bytes& samples);
+  void AppendSamples(const DataPacket& block, const TimeWindow& window, SampleBuffer& samples);
 
  private:
   // Appends the channel's sample of each of frame_count frames from offset.
-  void AppendFrames(uint64_t offset, uint64_t frame_count, Bytes& samples);
+  void AppendFrames(uint64_t offset, uint64_t frame_count, SampleBuffer& samples);
 
   KrdInstance& file_;
   uint64_t frame_size_;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <limits>
 #include <ostream>
@@ -14,6 +15,7 @@
 #include "KrdFileLibApi.h"
 #include "tests/Api/HostFixture.h"
 #include "tests/Api/TestHost.h"
+#include "tests/TestSupport/IndexSql.h"
 
 namespace Varnholt::Testing {
 namespace {
@@ -125,6 +127,47 @@ TEST_F(DataRecordingTest, ADataTypeDroppedByANewInitializeFailsTheRead) {
   Configure(100, 10000, 64 * 1024, {{1, 2}});
   EXPECT_EQ(Samples(file, 1, 100, 10), "<36>");
   EXPECT_EQ(LastMessage(file), "The specified data-type ID (2) is not registered.");
+}
+
+// A block of 2 GiB and 8 one-byte frames (a sparse file) is more than one
+// host array can hold: a read of all of it is refused before a byte of it
+// is read, while a read of a piece gets exactly the piece.
+TEST_F(DataRecordingTest, AResultPastWhatAHostArrayHoldsIsRefusedAndPiecesAreRead) {
+  Configure(100, 10000, 64 * 1024, {{1, 1}});
+  const KrdFileHandle recorder = OpenOrFail("big", kRecord);
+  uint16_t id = 0;
+  ASSERT_EQ(CreateHeader(recorder, 1000, 0, HostBytes("big").String()), 0);
+  ASSERT_EQ(CreateDevice(recorder, 65535, HostBytes("rig").String(), &id), 0);
+  ASSERT_EQ(CreatePhysicalChannel(recorder, 0, 0, HostBytes("in").String(), &id), 0);
+  ASSERT_EQ(CreateChannelGroup(recorder, 1, 1, 1, &id), 0);
+  ASSERT_EQ(CreateChannel(recorder, 1, 1, 0, HostBytes("bytes").String(), &id), 0);
+  ASSERT_EQ(Close(recorder), 0);
+
+  constexpr uint64_t kFrames = (uint64_t{1} << 31) + 8;
+  const std::string krd = dir_.File("big.krd");
+  const uint64_t offset = std::filesystem::file_size(krd);
+  std::string head{12};  // a data block of group 1 at time 0
+  for (int shift = 24; shift >= 0; shift -= 8) head.push_back(char((kFrames + 10) >> shift));
+  head += std::string(8, '\0') + std::string("\0\1", 2);
+  std::ofstream(krd, std::ios::binary | std::ios::app) << head;
+  std::filesystem::resize_file(krd, offset + head.size() + kFrames);
+  ASSERT_TRUE(ExecuteSql(dir_.File("big.krq"), "INSERT INTO data VALUES (1, 0, " +
+                                                   std::to_string(kFrames - 1) + ", " +
+                                                   std::to_string(offset) + ")"));
+
+  const KrdFileHandle reader = OpenOrFail("big", kRead);
+  int64_t continuation = 0;
+  KrdU8ArrayHandle samples = nullptr;
+  EXPECT_EQ(GetChannelData(reader, 1, 0, kMax, &continuation, &samples), 36);
+  EXPECT_EQ(LastMessage(reader),
+            "The samples asked for come to 2147483656 bytes, more than the 2147483647 bytes an "
+            "array can hold; read the time range in shorter pieces.");
+  EXPECT_EQ(TakeBytes(samples), "") << "a new, empty handle";
+
+  EXPECT_EQ(GetChannelData(reader, 1, int64_t{1} << 31, 100, &continuation, &samples), 0);
+  EXPECT_EQ(RunTimeSize(samples), 4 + 8) << "the result's handle holds the result and no more";
+  EXPECT_EQ(TakeBytes(samples), std::string(8, '\0'));
+  EXPECT_EQ(continuation, -1);
 }
 
 // Every failure of the data functions, with its text; the data file and the

@@ -7,6 +7,7 @@
 
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/DataPacket.h"
+#include "KrdFileLib/Packets/SampleBuffer.h"
 #include "tests/Packets/PacketTestSupport.h"
 
 namespace Varnholt::KrdFiles::Packets {
@@ -45,6 +46,13 @@ class ChannelReadTest : public PacketFileTest {
     return samples;
   }
 
+  // The samples of a read.
+  Bytes Read(const ChannelPacket& channel, int64_t start, int64_t length, uint64_t chunk_size) {
+    ByteVectorSampleBuffer samples;
+    channel.GetChannelData(index_, file_, start, length, chunk_size, samples);
+    return samples.Take();
+  }
+
   std::shared_ptr<ChannelGroupPacket> group_;
   std::shared_ptr<ChannelPacket> channel_ = std::make_shared<ChannelPacket>(1, 1, 1, "");
 };
@@ -53,26 +61,26 @@ class ChannelReadTest : public PacketFileTest {
 // before them is read without touching them, in one large chunk.
 TEST_F(ChannelReadTest, ReadsNoFrameBeyondTheWindow) {
   std::filesystem::resize_file(path_, 15 + 3 * 6 + 5);
-  EXPECT_EQ(channel_->GetChannelData(index_, file_, 100, 21, 1 << 20).samples,
+  EXPECT_EQ(Read(*channel_, 100, 21, 1 << 20),
             ExpectedSamples(100, 120));
-  EXPECT_EQ(Failure([&] { channel_->GetChannelData(index_, file_, 100, 31, 1 << 20); }),
+  EXPECT_EQ(Failure([&] { Read(*channel_, 100, 31, 1 << 20); }),
             std::make_pair(3, std::string("KRD file ended unexpectedly.")));
 }
 
 TEST_F(ChannelReadTest, RefusesAnEmptyIntervalAndAChannelOutsideItsGroup) {
-  EXPECT_EQ(Failure([&] { channel_->GetChannelData(index_, file_, 100, 0, 64); }),
+  EXPECT_EQ(Failure([&] { Read(*channel_, 100, 0, 64); }),
             std::make_pair(42, std::string("GetChannelData() requires that the time interval "
                                            "length be non-zero.")));
   const ChannelPacket outside(1, 1, 3, "");
-  EXPECT_EQ(Failure([&] { outside.GetChannelData(index_, file_, 100, 10, 64); }).first, 43);
+  EXPECT_EQ(Failure([&] { Read(outside, 100, 10, 64); }).first, 43);
   const ChannelPacket groupless(2, 1, 0, "");
-  EXPECT_EQ(Failure([&] { groupless.GetChannelData(index_, file_, 100, 10, 64); }).first, 19);
+  EXPECT_EQ(Failure([&] { Read(groupless, 100, 10, 64); }).first, 19);
 }
 
 TEST_F(ChannelReadTest, WindowsReachingTowardsTheTimeLimitsReadEverythingOnTheirWay) {
   const int64_t max = std::numeric_limits<int64_t>::max();
-  EXPECT_EQ(channel_->GetChannelData(index_, file_, 0, max, 64).samples, ExpectedSamples(0, max));
-  EXPECT_EQ(channel_->GetChannelData(index_, file_, 220, -max, 64).samples,
+  EXPECT_EQ(Read(*channel_, 0, max, 64), ExpectedSamples(0, max));
+  EXPECT_EQ(Read(*channel_, 220, -max, 64),
             ExpectedSamples(0, 220));
 }
 

@@ -4,6 +4,7 @@
 
 #include "KrdFileLib/Packets/ChannelSampleReader.h"
 #include "KrdFileLib/Packets/DataPacket.h"
+#include "KrdFileLib/Packets/SampleBuffer.h"
 #include "tests/Packets/PacketTestSupport.h"
 
 namespace Varnholt::KrdFiles::Packets {
@@ -47,15 +48,16 @@ TEST_P(SampleExtractionTest, EveryChannelMatchesTheReferenceInAnyChunking) {
   for (uint8_t channel = 0; channel < kChannels; ++channel) {
     for (uint64_t chunk_size : {uint64_t{1}, 5 * frame_size + 3, uint64_t{1} << 20}) {
       ChannelSampleReader reader(file_, group, channel, chunk_size);
-      Bytes whole{0xEE};  // what is there already stays in front
+      ByteVectorSampleBuffer whole;
+      whole.Extend(1)[0] = 0xEE;  // what is there already stays in front
       reader.AppendSamples(block, {0, 2000}, whole);
       Bytes expected{0xEE};
       PutBytes(expected, ReferenceSamples(samples, sample_size, channel, 0, kFrames));
-      EXPECT_EQ(whole, expected) << "channel " << int{channel} << ", chunk " << chunk_size;
+      EXPECT_EQ(whole.Take(), expected) << "channel " << int{channel} << ", chunk " << chunk_size;
 
-      Bytes inside;  // frames 2 to 30: times 1020 to 1300
+      ByteVectorSampleBuffer inside;  // frames 2 to 30: times 1020 to 1300
       reader.AppendSamples(block, {1011, 1309}, inside);
-      EXPECT_EQ(inside, ReferenceSamples(samples, sample_size, channel, 2, 31));
+      EXPECT_EQ(inside.Take(), ReferenceSamples(samples, sample_size, channel, 2, 31));
     }
   }
 }
@@ -76,10 +78,10 @@ TEST_F(PacketFileTest, ABlockLongerThanTheFileFailsBeforeItsSamplesAreAllocated)
 
   const DataPacket block = DataPacket::ReadOfGroup(file_, index_, *group, offset);
   ChannelSampleReader reader(file_, *group, 0, 1 << 16);
-  Bytes samples;
+  ByteVectorSampleBuffer samples;
   EXPECT_EQ(Failure([&] { reader.AppendSamples(block, {0, block.EndTimeOffset()}, samples); }),
             std::make_pair(3, std::string("KRD file ended unexpectedly.")));
-  EXPECT_EQ(samples.capacity(), 0u);
+  EXPECT_EQ(samples.Take().capacity(), 0u);
 }
 
 }  // namespace
