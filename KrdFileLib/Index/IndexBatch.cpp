@@ -27,6 +27,7 @@ void IndexConnection::BeginTransaction() {
 void IndexConnection::CommitTransaction() {
   RequireOpen();
   CatchUp();
+  commit_failed_ = true;  // until the commit below has gone through
   if (pending_statements_ > 0 && synchronous_ && before_commit_) before_commit_();
   if (database_.InTransaction()) {
     try {
@@ -36,6 +37,7 @@ void IndexConnection::CommitTransaction() {
       throw;
     }
   }
+  commit_failed_ = false;
   pending_statements_ = 0;
   journal_.clear();
   commit_requested_ = false;
@@ -48,6 +50,11 @@ void IndexConnection::CommitAndBegin() {
 
 bool IndexConnection::ExecuteCounted(const SqlCommand& command) {
   RequireOpen();
+  // A batch that could not be committed (a full disk) is committed before
+  // anything more joins it: the call that would change the recording fails
+  // with the engine's text while that fails, so the host learns of it at
+  // once, not at Close.
+  if (commit_failed_) CommitAndBegin();
   CatchUp();
   MarkOperationStart();
   const bool done = ExecuteNonQuery(command);

@@ -105,6 +105,7 @@ void IndexConnection::StartSession(SqliteDatabase database) {
   pending_statements_ = 0;
   journal_.clear();
   batch_lost_ = false;
+  commit_failed_ = false;
   BeginTransaction();
 }
 

@@ -45,6 +45,9 @@ namespace Varnholt::KrdFiles::Index {
 //   - a file object brackets each call with BeginOperation/EndOperation; a
 //     failing call's own statements are rolled back and nothing else, and a
 //     batch that fills up during a call is committed when the call ends;
+//   - a batch whose commit failed is committed again before the next
+//     counted statement, which fails with the engine's text while the
+//     commit does, so no call adds to a batch that cannot be committed;
 //   - the counted statements since the last commit are kept in memory, so
 //     when SQLite rolls back the whole batch by itself (a full disk, an I/O
 //     error) they are run again before the next statement; while that keeps
@@ -171,6 +174,8 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   int operation_depth_ = 0;
   std::optional<OperationStart> operation_start_;
   bool commit_requested_ = false;
+  // The last commit tried did not go through.
+  bool commit_failed_ = false;
   bool synchronous_ = true;
   std::function<void()> before_commit_;
 };

@@ -29,6 +29,7 @@
 #include "tests/Api/HostFixture.h"
 #include "tests/Faults/FaultRun.h"
 #include "tests/TestSupport/PointFailures.h"
+#include "tests/TestSupport/TempDir.h"
 
 namespace Varnholt::Testing {
 namespace {
@@ -200,6 +201,58 @@ INSTANTIATE_TEST_SUITE_P(Kinds, FaultInjectionTest,
                            return std::string(kKinds[std::get<0>(info.param)].name) + "_" +
                                   std::to_string(std::get<1>(info.param));
                          });
+
+// The index's disk fills while the data file's has room: the call after
+// the first commit that fails is refused with the engine's text, so the
+// host learns of it at once, and once there is room again recording goes
+// on with every block whose call returned 0.
+using IndexDiskTest = HostFixture;
+
+TEST_F(IndexDiskTest, AFullIndexDiskFailsTheNextChangeUntilThereIsRoomAgain) {
+  Configure(/*batch_size=*/4, /*commit_interval_ms=*/600000, 64 * 1024, {{1, 2}});
+  FaultSchedule::Process();  // its fault VFS must be there before the index is opened
+  const TempDir dir(TempDir::InMemoryWherePossible());
+  KrdFileHandle file = 0;
+  ASSERT_EQ(Open(HostBytes(dir.File("i.krd")).String(), HostBytes(dir.File("i.krq")).String(),
+                 kRecord, &file),
+            0);
+  uint16_t id = 0;
+  ASSERT_EQ(CreateHeader(file, 1000, 0, HostBytes("index disk").String()), 0);
+  ASSERT_EQ(CreateDevice(file, 65535, HostBytes("rig").String(), &id), 0);
+  ASSERT_EQ(CreatePhysicalChannel(file, 0, 0, HostBytes("in").String(), &id), 0);
+  ASSERT_EQ(CreateChannelGroup(file, 1, 1, 1, &id), 0);
+  ASSERT_EQ(CreateChannel(file, 1, 1, 0, HostBytes("x").String(), &id), 0);
+
+  FaultSchedule::Process().Arm(
+      {FaultPlan::Kind::kDiskFull, 1, FaultPlan::kForever, SQLITE_FULL, 0, /*index_only=*/true});
+  std::vector<int64_t> written;
+  int32_t code = 0;
+  for (int64_t time = 0; time < 40 && code == 0; time += 2) {
+    code = RecordChannelGroupData(file, 1, time, HostBytes("ab").Array());
+    if (code == 0) written.push_back(time);
+  }
+  EXPECT_EQ(code, 41);
+  EXPECT_EQ(LastMessage(file), "database or disk is full");
+  EXPECT_LE(written.size(), 4u) << "no call after the first failed commit returns 0";
+  EXPECT_EQ(CreateDevice(file, 0, HostBytes("daq").String(), &id), 41) << "nor any other change";
+  int64_t latest = 0;
+  EXPECT_EQ(GetMaxChGroupTime(file, 1, &latest), 0) << "reads go on";
+
+  FaultSchedule::Process().Disarm();
+  ASSERT_EQ(RecordChannelGroupData(file, 1, 100, HostBytes("cd").Array()), 0);
+  written.push_back(100);
+  ASSERT_EQ(Close(file), 0);
+  ASSERT_EQ(Open(HostBytes(dir.File("i.krd")).String(), HostBytes(dir.File("i.krq")).String(),
+                 kRead, &file),
+            0);
+  for (const int64_t time : written) {
+    int64_t continuation = 0;
+    KrdU8ArrayHandle samples = nullptr;
+    EXPECT_EQ(GetChannelData(file, 1, time, 1, &continuation, &samples), 0);
+    EXPECT_EQ(TakeBytes(samples), time == 100 ? "cd" : "ab") << "the block at " << time;
+  }
+  Close(file);
+}
 
 }  // namespace
 }  // namespace Varnholt::Testing

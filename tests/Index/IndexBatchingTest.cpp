@@ -155,10 +155,13 @@ TEST_F(IndexBatchingTest, TheHookBeforeACommitHoldsTheCommitBackWhenItFails) {
   EXPECT_EQ(Failure([&] { connection_.RequestCommit(); }).first, 36);
   EXPECT_EQ(connection_.PendingStatements(), 2);
   EXPECT_EQ(RowCount(*OpenReader(), "data"), 0);
+  EXPECT_EQ(Failure([&] { InsertBlock(2); }).first, 36) << "nothing joins a batch held back";
   fail = false;
   InsertBlock(2);
+  EXPECT_EQ(syncs, 3);
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 2) << "the batch held back went first";
   connection_.Close();
-  EXPECT_EQ(syncs, 2);
+  EXPECT_EQ(syncs, 4);
   EXPECT_EQ(RowCount(*OpenReader(), "data"), 3);
 }
 

@@ -113,7 +113,7 @@ FaultDecision FaultSchedule::Decide(WriteSeam seam, WriteCall call, std::size_t 
   if (!armed_) return {};
   const uint64_t number = ++calls_;
   if (seam == WriteSeam::kDataFile) ++data_file_calls_;
-  if (!Faulted(call, number)) return {};
+  if (!Faulted(call, number) || (plan_.index_only && seam == WriteSeam::kDataFile)) return {};
   ++failures_;
   FaultDecision decision;
   decision.fail = true;

@@ -39,6 +39,9 @@ struct FaultPlan {
   int index_error = 0;
   // Chooses how many bytes of each failed or torn write reach the file.
   uint32_t seed = 0;
+  // Only the index's calls fail; the data file's are numbered but go
+  // through, as when the index lies on a disk of its own.
+  bool index_only = false;
 };
 
 // What a seam does with one call: all of it goes through, or `bytes` of it
