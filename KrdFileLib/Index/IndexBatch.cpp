@@ -21,6 +21,8 @@ constexpr std::size_t kMaxJournalStatements = 100000;
 
 void IndexConnection::BeginTransaction() {
   RequireOpen();
+  // A session that only reads holds a transaction during calls only.
+  if (reads_only_ && operation_depth_ == 0) return;
   if (!database_.InTransaction()) RunControl("begin transaction");
 }
 
@@ -136,7 +138,25 @@ void IndexConnection::CatchUp() {
 // of recording a small data block. Most refusals come before any write, and
 // undo nothing.
 
-bool IndexConnection::BeginOperation() { return ++operation_depth_ == 1; }
+bool IndexConnection::BeginOperation() {
+  if (++operation_depth_ > 1) return false;
+  if (reads_only_ && is_open_) {
+    try {
+      BeginTransaction();  // the call's one snapshot
+    } catch (...) {
+      // Then each of the call's statements reads a snapshot of its own.
+    }
+  }
+  return true;
+}
+
+void IndexConnection::EndReadSnapshot() noexcept {
+  try {
+    if (database_.InTransaction()) RunControl("commit");
+  } catch (...) {
+    // A read transaction that cannot end ends with the connection.
+  }
+}
 
 void IndexConnection::MarkOperationStart() {
   if (operation_depth_ == 0 || operation_start_) return;
@@ -147,6 +167,10 @@ void IndexConnection::EndOperation(bool succeeded) noexcept {
   if (operation_depth_ == 0 || --operation_depth_ > 0) return;
   if (is_open_ && !succeeded) UndoOperation();
   operation_start_.reset();
+  if (reads_only_ && is_open_) {
+    EndReadSnapshot();
+    return;
+  }
   if (!is_open_ || !commit_requested_) return;
   try {
     CommitAndBegin();

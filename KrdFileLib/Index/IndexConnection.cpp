@@ -83,6 +83,7 @@ void IndexConnection::OpenForReading() {
     database = SqliteDatabase::Open(ImmutableUri(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
     if (!database) throw Errors::IndexFileNotFound();
   }
+  reads_only_ = true;
   StartSession(std::move(*database));
 }
 

@@ -66,7 +66,10 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Opens an existing KRQ file to read it only. A file on read-only media (a
   // write-protected file or folder, a share, an archive mount) opens too;
   // one whose write-ahead log still holds changes that cannot be read there
-  // is refused with code 4 and says so.
+  // is refused with code 4 and says so. Such a session keeps no transaction
+  // open between host calls: each call reads one snapshot of its own, so it
+  // sees what other connections committed before it, and an idle reader
+  // never keeps the write-ahead log from being folded back into the file.
   void OpenForReading();
   // Creates a KRQ file with the full schema. A file that already holds an
   // index is left as it was and the connection ends closed.
@@ -156,6 +159,8 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Notes where the batch stood at the running call's first write.
   void MarkOperationStart();
   void UndoOperation() noexcept;
+  // Ends a reading session's call: its snapshot goes.
+  void EndReadSnapshot() noexcept;
 
   std::string path_;
   std::shared_ptr<const CommonLib::IClock> clock_;
@@ -163,6 +168,8 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Dropped before the handle on Close, which finalises what it holds.
   std::shared_ptr<StatementCache> statements_;
   bool is_open_ = false;
+  // Opened for reading: no batch, a snapshot per call.
+  bool reads_only_ = false;
   int32_t pending_statements_ = 0;
   int64_t commit_deadline_ = 0;
 
