@@ -190,6 +190,11 @@ inline E41 IndexBehind(const std::string& engine_text) {
   return E41("The index file lost its latest changes to a failed write and could not take them back (" +
              engine_text + "); the call was not carried out.");
 }
+inline E41 IndexTableUnlike(const std::string& table) {
+  return E41("The index file's table " + table +
+             " is not as a recording's index has it (other columns, constraints, indexes or triggers); "
+             "the file may come from another program.");
+}
 inline E41 QueryReturnedNoResults() { return E41("Query returned no results."); }
 inline E41 NoAutoIncrementId() { return E41("Statement should have generated an auto-increment id, but did not."); }
 inline E41 QueryNotExecuted() { return E41("Statement must call Execute before anything else."); }

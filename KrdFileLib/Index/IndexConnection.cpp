@@ -22,8 +22,8 @@ constexpr int kCloseCommitAttempts = 10;
 // True when the connection can read the file's schema, or fails to for a
 // reason other than the medium refusing what SQLite needs to read it.
 bool ReadsOrFailsForContent(const SqliteDatabase& database) {
-  const int result = sqlite3_exec(database.Handle(), "SELECT count(*) FROM sqlite_master",
-                                  nullptr, nullptr, nullptr);
+  const int result = sqlite3_exec(database.Handle(), "SELECT count(*) FROM sqlite_master", nullptr,
+                                  nullptr, nullptr);
   const int kind = result & 0xff;
   return kind != SQLITE_READONLY && kind != SQLITE_CANTOPEN && kind != SQLITE_IOERR &&
          kind != SQLITE_PERM && kind != SQLITE_BUSY;
@@ -66,7 +66,7 @@ void IndexConnection::Open() {
   if (is_open_) throw Errors::IndexAlreadyOpenOnOpen();
   auto database = SqliteDatabase::Open(path_, SQLITE_OPEN_READWRITE);
   if (!database) throw Errors::IndexFileNotFound();
-  StartSession(std::move(*database));
+  StartExistingSession(std::move(*database));
 }
 
 void IndexConnection::OpenForReading() {
@@ -84,7 +84,7 @@ void IndexConnection::OpenForReading() {
     if (!database) throw Errors::IndexFileNotFound();
   }
   reads_only_ = true;
-  StartSession(std::move(*database));
+  StartExistingSession(std::move(*database));
 }
 
 void IndexConnection::Create() {
@@ -97,6 +97,16 @@ void IndexConnection::Create() {
     throw Errors::KrqFileAlreadyExists();
   }
   CreateTables();
+}
+
+void IndexConnection::StartExistingSession(SqliteDatabase database) {
+  StartSession(std::move(database));
+  // A missing table fails where it is used, with the engine's text.
+  const auto unlike = FirstTableNotAsMade(database_);
+  if (unlike && !unlike->missing) {
+    CloseWithoutThrowing();
+    throw Errors::IndexTableUnlike(unlike->table);
+  }
 }
 
 void IndexConnection::StartSession(SqliteDatabase database) {

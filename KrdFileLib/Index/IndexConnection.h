@@ -61,7 +61,8 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   IndexConnection(std::string path, std::shared_ptr<const CommonLib::IClock> clock);
   ~IndexConnection();
 
-  // Opens an existing KRQ file (code 4 when it cannot be opened).
+  // Opens an existing KRQ file (code 4 when it cannot be opened; 41 when a
+  // table of the library's is not as the library makes it).
   void Open();
   // Opens an existing KRQ file to read it only. A file on read-only media (a
   // write-protected file or folder, a share, an archive mount) opens too;
@@ -142,6 +143,9 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
 
   void RequireOpen() const;
   void StartSession(SqliteDatabase database);
+  // As StartSession, for a file from elsewhere: its tables must be as the
+  // library makes them (code 41).
+  void StartExistingSession(SqliteDatabase database);
   void CloseWithoutThrowing() noexcept;
   void CommitAndBegin();
   // The statement for text from the session's cache; the one place

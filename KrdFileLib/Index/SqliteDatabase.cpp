@@ -1,11 +1,47 @@
 #include "KrdFileLib/Index/SqliteDatabase.h"
 
+#include <utility>
+
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/PlatformFile.h"
 
 namespace Varnholt::KrdFiles::Index {
 
 namespace {
+
+// The most bytes one value of an index holds: an event's payload, an
+// attribute's value or a step's data. Labels and units are far shorter.
+constexpr int kMostValueBytes = 256 << 20;
+
+// An index travels between engineers, so every connection treats its file
+// as SQLite advises for files of unknown origin: no SQL may corrupt it, no
+// trigger or view it brings runs, no function with side effects runs from
+// its schema, pages are checked as they are read, and statements and values
+// stay within what the library's own statements and values need.
+void GuardAgainstHostileContent(sqlite3* handle) {
+  for (const int option : {SQLITE_DBCONFIG_DEFENSIVE}) {
+    sqlite3_db_config(handle, option, 1, nullptr);
+  }
+  for (const int option : {SQLITE_DBCONFIG_TRUSTED_SCHEMA, SQLITE_DBCONFIG_ENABLE_TRIGGER,
+                           SQLITE_DBCONFIG_ENABLE_VIEW}) {
+    sqlite3_db_config(handle, option, 0, nullptr);
+  }
+  sqlite3_exec(handle, "PRAGMA cell_size_check=ON", nullptr, nullptr, nullptr);
+  constexpr std::pair<int, int> kLimits[] = {
+      {SQLITE_LIMIT_LENGTH, kMostValueBytes},
+      {SQLITE_LIMIT_SQL_LENGTH, 1 << 16},
+      {SQLITE_LIMIT_COLUMN, 64},
+      {SQLITE_LIMIT_EXPR_DEPTH, 64},
+      {SQLITE_LIMIT_COMPOUND_SELECT, 16},
+      {SQLITE_LIMIT_VDBE_OP, 25000},
+      {SQLITE_LIMIT_FUNCTION_ARG, 8},
+      {SQLITE_LIMIT_ATTACHED, 0},
+      {SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 64},
+      {SQLITE_LIMIT_VARIABLE_NUMBER, 64},
+      {SQLITE_LIMIT_TRIGGER_DEPTH, 1},
+  };
+  for (const auto& [limit, value] : kLimits) sqlite3_limit(handle, limit, value);
+}
 
 struct CloseDatabase {
   // sqlite3_close_v2 accepts a null handle and defers the close until any
@@ -26,6 +62,7 @@ std::optional<SqliteDatabase> SqliteDatabase::Open(const std::string& path, int 
                                      flags | SQLITE_OPEN_NOMUTEX, nullptr);
   SqliteDatabase database(handle);  // owns the handle on every path
   if (result != SQLITE_OK) return std::nullopt;
+  GuardAgainstHostileContent(handle);
   return database;
 }
 

@@ -18,8 +18,9 @@ class SqliteDatabase {
  public:
   SqliteDatabase() = default;
 
-  // Opens the file with the given sqlite3_open_v2 flags. When SQLite refuses,
-  // the handle it may still have returned is released and nothing is returned.
+  // Opens the file with the given sqlite3_open_v2 flags, guarded against
+  // hostile content as a file of unknown origin. When SQLite refuses, the
+  // handle it may still have returned is released and nothing is returned.
   static std::optional<SqliteDatabase> Open(const std::string& path, int flags);
 
   sqlite3* Handle() const { return handle_.get(); }

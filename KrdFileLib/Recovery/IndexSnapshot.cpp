@@ -1,8 +1,5 @@
 #include "KrdFileLib/Recovery/IndexSnapshot.h"
 
-#include <algorithm>
-#include <cctype>
-
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/ChannelGroupTable.h"
 #include "KrdFileLib/Index/ChannelTable.h"
@@ -12,6 +9,7 @@
 #include "KrdFileLib/Index/EventSourceTable.h"
 #include "KrdFileLib/Index/EventTable.h"
 #include "KrdFileLib/Index/FileInformationTable.h"
+#include "KrdFileLib/Index/IndexSchema.h"
 #include "KrdFileLib/Index/PhysicalChannelAttrTable.h"
 #include "KrdFileLib/Index/PhysicalChannelTable.h"
 #include "KrdFileLib/Index/PostProcessTable.h"
@@ -31,14 +29,6 @@ namespace {
 constexpr int kBusyTimeoutMs = 5000;
 
 std::string Quoted(const std::string& name) { return "\"" + name + "\""; }
-
-char Upper(char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); }
-
-// SQL names and type names compare without regard to case.
-bool SameName(const std::string& have, const std::string& want) {
-  return std::equal(have.begin(), have.end(), want.begin(), want.end(),
-                    [](char a, char b) { return Upper(a) == Upper(b); });
-}
 
 // One SELECT of the offsets a table's column names, tagged with the
 // column's place in OffsetTables() (the header's row: the place past it).
@@ -98,53 +88,11 @@ std::unique_ptr<SqlStatement> IndexSnapshot::Prepare(const std::string& text) {
   return statement;
 }
 
-namespace {
-
-// Why table's columns in the index differ from what the library writes and
-// reads (names and declared types, in order), if they do.
-template <typename Table>
-std::optional<std::string> ColumnMismatch(const Table& table, SqlStatement& table_info) {
-  const auto& columns = table.Columns();
-  std::size_t position = 0;
-  for (; position < columns.size() && table_info.Step() == SQLITE_ROW; ++position) {
-    const std::string name = table_info.ColumnText(1);
-    const std::string type = table_info.ColumnText(2);
-    const auto& want = *columns[position];
-    if (!SameName(name, want.Name()) || !SameName(type, want.TypeName())) {
-      return "The index's table " + table.TableName() + " has \"" + name + " " + type +
-             "\" as column " + std::to_string(position + 1) + " where \"" + want.Name() + " " +
-             want.TypeName() + "\" belongs.";
-    }
-  }
-  if (position == 0) return "The index has no table " + table.TableName() + ".";
-  if (position < columns.size()) {
-    return "The index's table " + table.TableName() + " lacks its column " +
-           columns[position]->Name() + ".";
-  }
-  return std::nullopt;
-}
-
-}  // namespace
-
 std::optional<std::string> IndexSnapshot::CheckSchema() {
-  std::optional<std::string> mismatch;
-  auto check = [&](const auto& table) {
-    if (mismatch) return;
-    const auto table_info = Prepare("PRAGMA table_info(" + Quoted(table.TableName()) + ")");
-    mismatch = ColumnMismatch(table, *table_info);
-  };
-  check(Index::FileInformationTable());
-  check(Index::DeviceTable());
-  check(Index::DeviceAttributesTable());
-  check(Index::PhysicalChannelTable());
-  check(Index::PhysicalChannelAttrTable());
-  check(Index::ChannelGroupTable());
-  check(Index::ChannelTable());
-  check(Index::EventSourceTable());
-  check(Index::EventTable());
-  check(Index::DataTable());
-  check(Index::PostProcessTable());
-  return mismatch;
+  const auto unlike = Index::FirstTableNotAsMade(*database_);
+  if (!unlike) return std::nullopt;
+  if (unlike->missing) return "The index has no table " + unlike->table + ".";
+  return Errors::IndexTableUnlike(unlike->table).Message();
 }
 
 std::optional<IndexSnapshot::HeaderRow> IndexSnapshot::ReadHeaderRow() {

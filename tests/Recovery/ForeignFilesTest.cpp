@@ -72,10 +72,13 @@ TEST_P(ForeignDataFileTest, IsRefusedBeforeAnythingIsWritten) {
 INSTANTIATE_TEST_SUITE_P(Recovery, ForeignDataFileTest, ::testing::ValuesIn(kForeignDataFiles),
                          [](const auto& info) { return std::string(info.param.name); });
 
-// An index file that is not an index of this library.
+// An index file that is not an index of this library; make turns the
+// recording's own index into it.
 struct ForeignIndexFile {
   const char* name;
   std::function<void(const std::string& krq)> make;
+  // What opening says, when the row checks it.
+  std::string message = "";
 };
 void PrintTo(const ForeignIndexFile& row, std::ostream* out) { *out << row.name; }
 
@@ -116,6 +119,39 @@ const ForeignIndexFile kForeignIndexFiles[] = {
        WriteFile(krq, {});
        ASSERT_TRUE(ExecuteSql(krq, kTablesOfOtherTypes));
      }},
+    // The recording's own index, with SQL someone added that would run
+    // inside the library's statements: never run, the file is refused.
+    {"TriggerOnATable",
+     [](const std::string& krq) {
+       ASSERT_TRUE(ExecuteSql(krq,
+                              "CREATE TRIGGER t AFTER INSERT ON device BEGIN "
+                              "DELETE FROM event; END"));
+     },
+     "The index file's table device is not as a recording's index has it (other columns, "
+     "constraints, indexes or triggers); the file may come from another program."},
+    {"ViewInPlaceOfATable",
+     [](const std::string& krq) {
+       ASSERT_TRUE(ExecuteSql(krq,
+                              "DROP TABLE channel_group; CREATE VIEW channel_group AS "
+                              "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) "
+                              "SELECT i AS group_id FROM n"));
+     }},
+    {"ConstraintOnAColumn",
+     [](const std::string& krq) {
+       ASSERT_TRUE(ExecuteSql(krq,
+                              "ALTER TABLE event ADD COLUMN x INTEGER CHECK "
+                              "(length(zeroblob(100000000)) > 0)"));
+     }},
+    {"GeneratedColumn",
+     [](const std::string& krq) {
+       ASSERT_TRUE(ExecuteSql(krq,
+                              "ALTER TABLE device ADD COLUMN g BLOB GENERATED ALWAYS AS "
+                              "(zeroblob(100000000)) VIRTUAL"));
+     }},
+    {"ExpressionIndex",
+     [](const std::string& krq) {
+       ASSERT_TRUE(ExecuteSql(krq, "CREATE INDEX i ON physical_channel (length(label) * 2)"));
+     }},
     {"SqliteHeaderThenNoise",
      [](const std::string& krq) {
        Bytes file(8192, 0xA5);
@@ -130,7 +166,6 @@ class ForeignIndexFileTest : public RecoveryFixture,
 
 TEST_P(ForeignIndexFileTest, OpeningFailsWithACodeAndAText) {
   Record();
-  std::filesystem::remove(Krq());
   GetParam().make(Krq());
   for (const uint8_t mode : {kRead, kEdit}) {
     HostBytes krd(Krd());
@@ -138,7 +173,11 @@ TEST_P(ForeignIndexFileTest, OpeningFailsWithACodeAndAText) {
     KrdFileHandle file = 99;
     KrdStringHandle text = nullptr;
     EXPECT_NE(DebugOpen(krd.String(), krq.String(), mode, &file, &text), 0) << int{mode};
-    EXPECT_NE(TakeBytes(text), "") << int{mode};
+    const std::string message = TakeBytes(text);
+    EXPECT_NE(message, "") << int{mode};
+    if (!GetParam().message.empty()) {
+      EXPECT_EQ(message, GetParam().message);
+    }
     EXPECT_EQ(file, 0u);
   }
   EXPECT_TRUE(KrdFiles::Recovery::Verify(Krd(), Krq()).index_unusable.has_value());

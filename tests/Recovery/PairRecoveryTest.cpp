@@ -269,7 +269,7 @@ const DamageCase kDamageCases[] = {
      [](const Pair& pair) {
        WriteFile(pair.krq, {});
        pair.Sql("CREATE TABLE readings (offset INTEGER)");
-       return Expected().Unusable("has no table file_information").Actions({"rebuilt"});
+       return Expected().Unusable("The index has no table").Actions({"rebuilt"});
      }},
     {"IndexWithAColumnOfAnotherType",
      [](const Pair& pair) {
@@ -278,7 +278,9 @@ const DamageCase kDamageCases[] = {
            "CREATE TABLE data (channel_group_id INTEGER, start_time_offset INTEGER,"
            " end_time_offset INTEGER, offset TEXT);"
            "INSERT INTO data SELECT * FROM old_data; DROP TABLE old_data;");
-       return Expected().Unusable("\"offset TEXT\" as column 4").Actions({"rebuilt"});
+       return Expected()
+           .Unusable("table data is not as a recording's index has it")
+           .Actions({"rebuilt"});
      }},
 };
 
