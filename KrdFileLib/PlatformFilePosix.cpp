@@ -61,7 +61,8 @@ PlatformFile::Identity PlatformFile::IdentityOf(const std::string& path) {
   struct stat status {};
   for (int links = 0; links <= kMaxLinksFollowed; ++links) {
     if (::stat(target.c_str(), &status) == 0) {
-      return Identity{static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino), {}};
+      return Identity{
+          static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino), {}};
     }
     // A link to a file not there yet names the file that creating it makes.
     const std::optional<std::string> link = LinkText(target);
