@@ -137,6 +137,38 @@ inline E36 KrdFileOpenFailed(const std::string& path) {
   return E36("The KRD file (" + path + ") could not be opened due to an unknown error.");
 }
 inline E36 KrdFileWriteFailed() { return E36("The KRD file could not be written to due to an unknown error."); }
+inline E36 KrdFileInUse(const std::string& path) {
+  return E36("The KRD file (" + path + ") is already open for writing.");
+}
+// A pair's paths, refused before either file is opened or created. "KRD" or
+// "KRQ" names the file; a NUL byte in a path shows as \0.
+inline std::string ShownPath(std::string_view path) {
+  std::string shown;
+  for (const char c : path) {
+    if (c == '\0') {
+      shown += "\\0";
+    } else {
+      shown += c;
+    }
+  }
+  return shown;
+}
+inline E36 PathEmpty(std::string_view file) { return E36("The " + std::string(file) + " file path is empty."); }
+inline E36 PathHoldsNul(std::string_view file, std::string_view path) {
+  return E36("The " + std::string(file) + " file path (" + ShownPath(path) + ") holds a NUL byte.");
+}
+inline E36 KrqPathNotAFileName(const std::string& path) {
+  return E36("The KRQ file path (" + path + ") names an SQLite in-memory database or URI, not a file.");
+}
+inline E36 PairIsOneFile(const std::string& krd_path, const std::string& krq_path) {
+  return E36("The KRD file (" + krd_path + ") and the KRQ file (" + krq_path + ") are the same file.");
+}
+inline E36 KrdFileIsKrqCompanion(const std::string& krd_path, const std::string& krq_path) {
+  return E36("The KRD file (" + krd_path + ") is a file SQLite keeps beside the KRQ file (" + krq_path + ").");
+}
+inline E36 KrqFileNotRegular(const std::string& path) {
+  return E36("The KRQ file (" + path + ") is not a regular file.");
+}
 // Recovery's files beside a recording: bytes moved aside, an index replaced.
 inline E36 SideFileNotWritten(const std::string& path) {
   return E36("The side file (" + path + ") could not be written.");

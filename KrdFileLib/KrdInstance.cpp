@@ -40,6 +40,11 @@ void KrdInstance::OpenExisting(PlatformFile::Access access) {
   throw Errors::KrdFileDoesNotExist();
 }
 
+void KrdInstance::LockAsWriter() {
+  RequireOpen();
+  if (!file_.TryLockAsWriter()) throw Errors::KrdFileInUse(path_);
+}
+
 void KrdInstance::Close() {
   file_.Close();
   own_end_.reset();

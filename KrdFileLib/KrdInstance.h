@@ -49,6 +49,10 @@ class KrdInstance : public CommonLib::NonCopyableClassBase {
   // read-only media (a write-protected file, folder, share or archive
   // mount) can be read. Fails as Open does.
   void OpenForReading();
+  // Makes this open the file's one writer until Close: fails with code 36
+  // while another open of it, in this process or another, is its writer.
+  // Readers take no such lock and are never refused.
+  void LockAsWriter();
   void Close();
 
   // Reads count bytes at offset into buffer (resized to count). Fails with

@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "KrdFileLib/Errors.h"
+#include "KrdFileLib/PairPaths.h"
 #include "KrdFileLib/PlatformFile.h"
 #include "KrdFileLib/Packets/PacketBase.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
@@ -39,12 +40,14 @@ void UndoCreationOnFailure(const std::string& created_path, const std::function<
 
 void KrfRecorder::Open() {
   std::lock_guard lock(Mutex());
+  CheckPairPaths(data_file_.Path(), index_.Path());
   // An index that is already there is refused, and never removed; one this
   // open starts and cannot finish (a full disk) goes, so that the open can
   // be tried again.
   const bool index_existed = PlatformFile::Exists(index_.Path());
   data_file_.Create();
   UndoCreationOnFailure(data_file_.Path(), [this] { data_file_.Close(); }, [&] {
+    data_file_.LockAsWriter();
     try {
       index_.Create();
     } catch (...) {
@@ -67,6 +70,7 @@ void KrfRecorder::CommitPacket(Packets::PacketBase& packet) {
 
 void KrfReader::Open() {
   std::lock_guard lock(Mutex());
+  CheckPairPaths(data_file_.Path(), index_.Path());
   data_file_.OpenForReading();
   index_.OpenForReading();
   CheckHeader();
@@ -78,7 +82,9 @@ void KrfReader::CheckModifyAllowed() const { throw Errors::NotAllowedInReadMode(
 
 void KrfEditor::Open() {
   std::lock_guard lock(Mutex());
+  CheckPairPaths(data_file_.Path(), index_.Path());
   data_file_.Open();
+  data_file_.LockAsWriter();
   index_.Open();
   CheckHeader();
   CheckGuid();
@@ -90,7 +96,10 @@ void KrfEditor::CheckRecordAllowed() const { throw Errors::NotAllowedInEditMode(
 
 void KrfReindexer::Open() {
   std::lock_guard lock(Mutex());
+  CheckPairPaths(data_file_.Path(), index_.Path());
   data_file_.Open();
+  // A header without a GUID gets one written into the data file.
+  data_file_.LockAsWriter();
   index_.Create();
   UndoCreationOnFailure(index_.Path(), [this] { index_.Close(); }, [this] { CheckHeader(); });
 }

@@ -4,6 +4,12 @@
 
 namespace Varnholt::KrdFiles {
 
+// The modes that change a recording (record, edit, reindex) hold its data
+// file's writer lock while open, so that a second writer on the pair, in
+// this process or another, is refused at its open (code 36) rather than
+// left failing on the index's locks; readers take no lock. Every mode's
+// open first checks the pair's paths (PairPaths.h).
+
 // Record mode: creates a new pair and is the only mode that writes packets.
 class KrfRecorder final : public KrfFileBase {
  public:

@@ -2,6 +2,7 @@
 // one gathered write per append.
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -9,10 +10,34 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <vector>
 
 #include "KrdFileLib/PlatformFile.h"
 
 namespace Varnholt::KrdFiles {
+
+namespace {
+
+// More links in a row than this are a loop, as the system itself counts.
+constexpr int kMaxLinksFollowed = 40;
+
+// The text of the link at path, or nothing when it is no link.
+std::optional<std::string> LinkText(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return std::nullopt;
+  std::vector<char> text(static_cast<std::size_t>(std::max<off_t>(status.st_size, 0)) + 256);
+  const ssize_t length = ::readlink(path.c_str(), text.data(), text.size());
+  if (length <= 0 || static_cast<std::size_t>(length) >= text.size()) return std::nullopt;
+  return std::string(text.data(), static_cast<std::size_t>(length));
+}
+
+// The folder part of path, with its slash ("" for a bare name).
+std::string FolderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+}  // namespace
 
 bool PlatformFile::Exists(const std::string& path) {
   struct stat status {};
@@ -25,6 +50,31 @@ bool PlatformFile::Remove(const std::string& path) {
 
 std::string PlatformFile::ToUtf8(const std::string& path) { return path; }
 
+PlatformFile::Kind PlatformFile::KindOf(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return Kind::kMissing;
+  return S_ISREG(status.st_mode) ? Kind::kRegular : Kind::kOther;
+}
+
+PlatformFile::Identity PlatformFile::IdentityOf(const std::string& path) {
+  std::string target = path;
+  struct stat status {};
+  for (int links = 0; links <= kMaxLinksFollowed; ++links) {
+    if (::stat(target.c_str(), &status) == 0) {
+      return Identity{
+          static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino), {}};
+    }
+    // A link to a file not there yet names the file that creating it makes.
+    const std::optional<std::string> link = LinkText(target);
+    if (!link) break;
+    target = link->front() == '/' ? *link : FolderOf(target) + *link;
+  }
+  const std::string folder = FolderOf(target);
+  if (::stat(folder.empty() ? "." : folder.c_str(), &status) != 0) return Identity{0, 0, target};
+  return Identity{static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino),
+                  target.substr(folder.size())};
+}
+
 PlatformFile::OpenResult PlatformFile::CreateNew(const std::string& path) {
   Close();
   // O_EXCL makes the existence test and the creation one step, so a file
@@ -36,10 +86,19 @@ PlatformFile::OpenResult PlatformFile::CreateNew(const std::string& path) {
 
 PlatformFile::OpenResult PlatformFile::OpenExisting(const std::string& path, Access access) {
   Close();
+  // Opened without waiting, so that a pipe without a writer does not hold
+  // the caller up; anything but a regular file is refused once it is open.
   const int flags = access == Access::kReadOnly ? O_RDONLY : O_RDWR;
-  descriptor_ = ::open(path.c_str(), flags | O_CLOEXEC);
-  if (descriptor_ >= 0) return OpenResult::kOpened;
-  return errno == ENOENT ? OpenResult::kMissing : OpenResult::kFailed;
+  const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (descriptor < 0) return errno == ENOENT ? OpenResult::kMissing : OpenResult::kFailed;
+  descriptor_ = descriptor;
+  struct stat status {};
+  if (::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode) ||
+      ::fcntl(descriptor_, F_SETFL, ::fcntl(descriptor_, F_GETFL) & ~O_NONBLOCK) != 0) {
+    Close();
+    return OpenResult::kFailed;
+  }
+  return OpenResult::kOpened;
 }
 
 void PlatformFile::Close() noexcept {
@@ -48,6 +107,16 @@ void PlatformFile::Close() noexcept {
 }
 
 bool PlatformFile::IsOpen() const { return descriptor_ >= 0; }
+
+bool PlatformFile::TryLockAsWriter() {
+  // flock, not fcntl: its locks belong to the open file, so two opens in
+  // one process exclude each other as two processes do.
+  while (::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) return false;
+    if (errno != EINTR) return true;  // a file system without locks
+  }
+  return true;
+}
 
 std::optional<uint64_t> PlatformFile::Size() const {
   struct stat status {};

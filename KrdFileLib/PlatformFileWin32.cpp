@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <climits>
 #include <limits>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "KrdFileLib/PlatformFile.h"
@@ -26,6 +28,10 @@ OVERLAPPED At(uint64_t offset) {
   return position;
 }
 
+// One byte of the writer's lock, far past the end of any file, so that the
+// lock (which Windows enforces on reads) never covers bytes anyone reads.
+constexpr uint64_t kWriterLockOffset = uint64_t{1} << 62;
+
 // Text in one code page as text in another, through UTF-16.
 std::string Recode(const std::string& text, UINT from, UINT to) {
   if (text.empty()) return text;
@@ -42,7 +48,70 @@ std::string Recode(const std::string& text, UINT from, UINT to) {
   return out;
 }
 
+// A name as the file system compares names, without regard to case: in
+// upper case, kept as the bytes of its UTF-16 text.
+std::string UpperCase(const std::string& text) {
+  if (text.empty()) return text;
+  const int length = static_cast<int>(std::min<std::size_t>(text.size(), INT_MAX));
+  const int wide_length = MultiByteToWideChar(CP_ACP, 0, text.data(), length, nullptr, 0);
+  if (wide_length <= 0) return text;
+  std::wstring wide(static_cast<std::size_t>(wide_length), L'\0');
+  MultiByteToWideChar(CP_ACP, 0, text.data(), length, wide.data(), wide_length);
+  CharUpperBuffW(wide.data(), static_cast<DWORD>(wide.size()));
+  return std::string(reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(wchar_t));
+}
+
+// Opens what is at path to ask about it only: no reading or writing, and a
+// folder opens too.
+HANDLE OpenToQuery(const std::string& path) {
+  return CreateFileA(path.c_str(), 0, kShareMode, nullptr, OPEN_EXISTING,
+                     FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+}
+
+// The volume and file number of what is at path.
+std::optional<PlatformFile::Identity> IdentityOfExisting(const std::string& path) {
+  HANDLE handle = OpenToQuery(path);
+  if (handle == INVALID_HANDLE_VALUE) return std::nullopt;
+  BY_HANDLE_FILE_INFORMATION information{};
+  const BOOL known = GetFileInformationByHandle(handle, &information);
+  CloseHandle(handle);
+  if (!known) return std::nullopt;
+  return PlatformFile::Identity{
+      information.dwVolumeSerialNumber,
+      (uint64_t{information.nFileIndexHigh} << 32) | information.nFileIndexLow, {}};
+}
+
 }  // namespace
+
+PlatformFile::Kind PlatformFile::KindOf(const std::string& path) {
+  HANDLE handle = OpenToQuery(path);
+  if (handle == INVALID_HANDLE_VALUE) return Kind::kMissing;
+  BY_HANDLE_FILE_INFORMATION information{};
+  const bool regular = GetFileType(handle) == FILE_TYPE_DISK &&
+                       GetFileInformationByHandle(handle, &information) &&
+                       (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+  CloseHandle(handle);
+  return regular ? Kind::kRegular : Kind::kOther;
+}
+
+PlatformFile::Identity PlatformFile::IdentityOf(const std::string& path) {
+  if (auto identity = IdentityOfExisting(path)) return *identity;
+  // The full path drops "." and "..", and the trailing dots and blanks
+  // that Windows drops from a name.
+  const DWORD length = GetFullPathNameA(path.c_str(), 0, nullptr, nullptr);
+  if (length == 0) return Identity{0, 0, UpperCase(path)};
+  std::string full(length, '\0');
+  char* name = nullptr;
+  const DWORD written = GetFullPathNameA(path.c_str(), length, full.data(), &name);
+  if (written == 0 || written >= length || name == nullptr) return Identity{0, 0, UpperCase(path)};
+  const std::string folder(full.data(), name);
+  full.resize(written);
+  if (auto identity = IdentityOfExisting(folder)) {
+    identity->name = UpperCase(name);
+    return *identity;
+  }
+  return Identity{0, 0, UpperCase(full)};
+}
 
 bool PlatformFile::Exists(const std::string& path) {
   return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -76,7 +145,9 @@ PlatformFile::OpenResult PlatformFile::OpenExisting(const std::string& path, Acc
                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle != INVALID_HANDLE_VALUE) {
     handle_ = handle;
-    return OpenResult::kOpened;
+    if (GetFileType(handle) == FILE_TYPE_DISK) return OpenResult::kOpened;
+    Close();  // a pipe or a device
+    return OpenResult::kFailed;
   }
   const DWORD error = GetLastError();
   return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? OpenResult::kMissing
@@ -89,6 +160,16 @@ void PlatformFile::Close() noexcept {
 }
 
 bool PlatformFile::IsOpen() const { return handle_ != nullptr; }
+
+bool PlatformFile::TryLockAsWriter() {
+  OVERLAPPED position = At(kWriterLockOffset);
+  if (LockFileEx(static_cast<HANDLE>(handle_), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY,
+                 0, 1, 0, &position)) {
+    return true;
+  }
+  const DWORD error = GetLastError();
+  return error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING;  // else: no locks here
+}
 
 std::optional<uint64_t> PlatformFile::Size() const {
   LARGE_INTEGER size{};

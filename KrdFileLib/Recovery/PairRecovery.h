@@ -102,9 +102,11 @@ struct VerifyReport {
 // of this library's file type (an empty data file: "KRD file ended
 // unexpectedly."), with the data file's own codes when it cannot be opened,
 // and with code 36 when a data block's group has a data type that is not
-// registered (Initialize), since its frames cannot be checked then. Opens
-// both files for reading only and changes neither; SQLite may leave the
-// index's empty -wal and -shm companions beside it.
+// registered (Initialize), since its frames cannot be checked then; paths
+// that the open of a pair refuses are refused alike (code 36,
+// KrdFileLib/PairPaths.h). Opens both files for reading only and changes
+// neither; SQLite may leave the index's empty -wal and -shm companions
+// beside it.
 VerifyReport Verify(const std::string& krd_path, const std::string& krq_path,
                     const Progress& progress = {});
 
@@ -118,7 +120,9 @@ struct RepairReport {
   std::vector<std::string> actions;
 };
 
-// Refuses a data file that is not this library's (code 3) before anything
+// Refuses a data file that is not this library's (code 3), and one that a
+// recorder or an editor still has open or that another repair is at (code
+// 36: Repair is the recording's one writer while it runs), before anything
 // is written. Fails with code 36 when a side file cannot be written or an
 // index cannot be moved, and with the index's own codes when the new or
 // caught-up index cannot be written; the old index is replaced only by a

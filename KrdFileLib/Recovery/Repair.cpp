@@ -6,6 +6,7 @@
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/IndexConnection.h"
 #include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/PairPaths.h"
 #include "KrdFileLib/PlatformFile.h"
 #include "KrdFileLib/Recovery/IndexRestore.h"
 #include "KrdFileLib/Recovery/PacketCheck.h"
@@ -131,6 +132,12 @@ void RebuildIndex(const std::string& krd_path, const std::string& krq_path,
 
 RepairReport Repair(const std::string& krd_path, const std::string& krq_path,
                     const Progress& progress) {
+  CheckPairPaths(krd_path, krq_path);
+  // The recording's one writer until the repair is done: a recorder or an
+  // editor still at work on it refuses the repair, and none can start.
+  KrdInstance writer(krd_path);
+  writer.OpenForReading();
+  writer.LockAsWriter();
   RepairReport done;
   done.found = Verify(krd_path, krq_path, progress);
   const VerifyReport& found = done.found;

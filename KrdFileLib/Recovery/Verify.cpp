@@ -3,6 +3,7 @@
 
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/PairPaths.h"
 #include "KrdFileLib/Recovery/PairComparison.h"
 #include "KrdFileLib/Recovery/PairRecovery.h"
 
@@ -12,6 +13,7 @@ using Errors::Decimal;
 
 VerifyReport Verify(const std::string& krd_path, const std::string& krq_path,
                     const Progress& progress) {
+  CheckPairPaths(krd_path, krq_path);
   KrdInstance file(krd_path);
   file.OpenForReading();
   PairComparison comparison(file, krq_path, ReadOwnHeader(file));

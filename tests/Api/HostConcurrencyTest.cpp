@@ -2,6 +2,8 @@
 // one, while files open and close and the maintenance thread commits.
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -12,6 +14,7 @@
 
 #include "KrdFileLibApi.h"
 #include "tests/Api/HostFixture.h"
+#include "tests/Api/RecordingStructure.h"
 #include "tests/Api/TestHost.h"
 #include "tests/TestSupport/IndexSql.h"
 
@@ -106,6 +109,79 @@ TEST_F(HostConcurrencyTest, AReaderFollowsARecordingWithoutTheMaintenanceThread)
   EXPECT_LT(std::filesystem::file_size(dir_.File("live.krq-wal")), 6u << 20)
       << "the log is folded back while the reader is open";
 }
+
+// A second writer on a pair, with the maintenance thread running or stopped
+// (Terminate): an editor, in this process or another, is refused at Open
+// while the recorder holds the pair, and the recorder goes on and loses
+// nothing; once the recorder has closed, one editor at a time opens it.
+// Readers are never refused.
+class SecondWriterTest : public HostFixture, public ::testing::WithParamInterface<bool> {
+ protected:
+  // DebugOpen's code and text.
+  std::string OpenOutcome(const std::string& name, uint8_t mode) {
+    HostBytes krd(dir_.File(name + ".krd"));
+    HostBytes krq(dir_.File(name + ".krq"));
+    KrdFileHandle file = 0;
+    KrdStringHandle text = nullptr;
+    const int32_t code = DebugOpen(krd.String(), krq.String(), mode, &file, &text);
+    if (code == 0) opened_.push_back(file);
+    return std::to_string(code) + " " + TakeBytes(text);
+  }
+  // Open's code in a second process. Forked, so only while this process
+  // runs no other thread (the maintenance thread stopped).
+  int32_t OpenInAnotherProcess(const std::string& name, uint8_t mode) {
+    const pid_t child = fork();
+    if (child == 0) {
+      HostBytes krd(dir_.File(name + ".krd"));
+      HostBytes krq(dir_.File(name + ".krq"));
+      KrdFileHandle file = 0;
+      _exit(Open(krd.String(), krq.String(), mode, &file));
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+    return WEXITSTATUS(status);
+  }
+};
+
+TEST_P(SecondWriterTest, IsRefusedAtOpenAndTheFirstWriterLosesNothing) {
+  const bool maintenance = GetParam();
+  if (!maintenance) {
+    ASSERT_EQ(Terminate(), 0);
+  }
+  const std::string in_use = "36 The KRD file (" + dir_.File("pair.krd") +
+                             ") is already open for writing.";
+  const KrdFileHandle recorder = OpenOrFail("pair", kRecord);
+  DescribeStandardSetUp(recorder);
+  EXPECT_EQ(OpenOutcome("pair", kEdit), in_use);
+  if (!maintenance) {
+    EXPECT_EQ(OpenInAnotherProcess("pair", kEdit), 36);
+  }
+  uint32_t event = 0;
+  EXPECT_EQ(CreateEvent(recorder, 1, 70, HostBytes("late").Array(), &event), 0);
+  EXPECT_EQ(SetFileLabel(recorder, HostBytes("relabelled").String()), 0);
+  const std::string recorded = StructureOf(recorder);
+  EXPECT_EQ(OpenOutcome("pair", kRead), "0 ");
+  EXPECT_EQ(Close(recorder), 0);
+
+  const KrdFileHandle editor = OpenOrFail("pair", kEdit);
+  EXPECT_EQ(OpenOutcome("pair", kEdit), in_use);
+  if (!maintenance) {
+    EXPECT_EQ(OpenInAnotherProcess("pair", kEdit), 36);
+  }
+  EXPECT_EQ(StructureOf(editor), recorded);
+  EXPECT_EQ(Close(editor), 0);
+  HostBytes krd(dir_.File("pair.krd"));
+  HostBytes rebuilt(dir_.File("rebuilt.krq"));
+  ASSERT_EQ(CreateIndex(krd.String(), rebuilt.String()), 0);
+  EXPECT_EQ(StructureOf(OpenOrFail("pair", kRead, "rebuilt")), recorded)
+      << "every packet reached the data file";
+}
+
+// The maintenance thread first: Terminate stops it for the rest of the process.
+INSTANTIATE_TEST_SUITE_P(HostConcurrency, SecondWriterTest, ::testing::Values(true, false),
+                         [](const auto& info) {
+                           return info.param ? "WithMaintenanceThread" : "AfterTerminate";
+                         });
 
 }  // namespace
 }  // namespace Varnholt::Testing

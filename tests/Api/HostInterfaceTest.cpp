@@ -1,13 +1,20 @@
 // The C interface as a host sees it: codes, texts, handles and the memory
 // conventions of strings and arrays.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <ostream>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <tuple>
 
 #include "KrdFileLibApi.h"
@@ -155,11 +162,12 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 // Every failure of opening a pair. DebugOpen says why the files could not
-// be opened; a failed open issues no handle.
+// be opened; a failed open issues no handle and leaves what the paths name
+// as it was. Paths are relative to the test's folder.
 struct OpenFailure {
   const char* name;
-  const char* krd;
-  const char* krq;
+  std::string_view krd;  // a host's string carries a count: it may hold a NUL
+  std::string_view krq;
   uint8_t mode;
   int32_t code;
   const char* text;
@@ -169,7 +177,10 @@ void PrintTo(const OpenFailure& row, std::ostream* out) { *out << row.name; }
 class PreparedRecordings : public HostFixture {
  protected:
   // "a" and "b" complete; "noheader" whose first packet is a start packet;
-  // "badtype", a copy of "a" whose file type string ends in "X".
+  // "badtype", a copy of "a" whose file type string ends in "X"; "folder",
+  // a pipe "fifo", "device.krd" a link to a device, "hardlink.krq" a second
+  // name of a.krd, and "dangling.krq" a link to the missing "new.krd". The
+  // test runs in the folder.
   void SetUp() override {
     HostFixture::SetUp();
     RecordComplete("a");
@@ -184,6 +195,37 @@ class PreparedRecordings : public HostFixture {
     std::fstream(dir_.File("badtype.krd"), std::ios::in | std::ios::out | std::ios::binary)
         .seekp(5 + 7)  // the frame, then the file type string's last byte
         .put('X');
+    std::filesystem::create_directory(dir_.File("folder"));
+    ASSERT_EQ(mkfifo(dir_.File("fifo").c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/null", dir_.File("device.krd"));
+    std::filesystem::create_hard_link(dir_.File("a.krd"), dir_.File("hardlink.krq"));
+    std::filesystem::create_symlink("new.krd", dir_.File("dangling.krq"));
+    test_folder_ = std::filesystem::current_path();
+    std::filesystem::current_path(dir_.Path());
+    pipe_writer_ = std::thread([this] { OpenThePipesOtherEnd(); });
+  }
+  void TearDown() override {
+    done_ = true;
+    pipe_writer_.join();
+    std::filesystem::current_path(test_folder_);
+    HostFixture::TearDown();
+  }
+  // Opens the pipe's writing end now and then, so that an open that waits
+  // for a writer comes back (and fails its test) rather than hanging it.
+  void OpenThePipesOtherEnd() const {
+    while (!done_) {
+      const int end = ::open(dir_.File("fifo").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+      if (end >= 0) ::close(end);
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+  }
+  // Whether something is at path, and the size of a regular file there.
+  static std::string StateOf(std::string_view path) {
+    std::error_code error;
+    const std::filesystem::path file(path);
+    if (!std::filesystem::exists(file, error)) return "missing";
+    if (!std::filesystem::is_regular_file(file, error)) return "not a regular file";
+    return std::to_string(std::filesystem::file_size(file, error)) + " bytes";
   }
   // The lowest handle number never issued.
   static KrdFileHandle FirstUnissuedHandle() {
@@ -191,6 +233,11 @@ class PreparedRecordings : public HostFixture {
     while (LastMessage(file).rfind("<7>", 0) != 0) ++file;
     return file;
   }
+
+ private:
+  std::filesystem::path test_folder_;
+  std::atomic<bool> done_{false};
+  std::thread pipe_writer_;
 };
 
 class OpenFailureTest : public PreparedRecordings,
@@ -199,8 +246,10 @@ class OpenFailureTest : public PreparedRecordings,
 TEST_P(OpenFailureTest, ReturnsItsCodeAndDebugOpenItsText) {
   const OpenFailure& failure = GetParam();
   const KrdFileHandle unissued = FirstUnissuedHandle();
-  HostBytes krd(dir_.File(failure.krd));
-  HostBytes krq(dir_.File(failure.krq));
+  const std::string krd_state = StateOf(failure.krd);
+  const std::string krq_state = StateOf(failure.krq);
+  HostBytes krd(failure.krd);
+  HostBytes krq(failure.krq);
   KrdFileHandle file = 99;
   EXPECT_EQ(Open(krd.String(), krq.String(), failure.mode, &file), failure.code);
   EXPECT_EQ(file, 0u);
@@ -208,7 +257,11 @@ TEST_P(OpenFailureTest, ReturnsItsCodeAndDebugOpenItsText) {
   EXPECT_EQ(DebugOpen(krd.String(), krq.String(), failure.mode, &file, &text), failure.code);
   EXPECT_EQ(TakeBytes(text), failure.text);
   EXPECT_EQ(FirstUnissuedHandle(), unissued);
+  EXPECT_EQ(StateOf(failure.krd), krd_state);
+  EXPECT_EQ(StateOf(failure.krq), krq_state);
 }
+
+using namespace std::string_view_literals;
 
 INSTANTIATE_TEST_SUITE_P(
     HostInterface, OpenFailureTest,
@@ -226,16 +279,66 @@ INSTANTIATE_TEST_SUITE_P(
                                   "The index file could not be found."},
                       OpenFailure{"IndexFileExists", "new.krd", "a.krq", 1, 5,
                                   "KRQ file already exists."},
-                      OpenFailure{"UnknownMode", "a.krd", "a.krq", 3, 36, ""}),
+                      OpenFailure{"UnknownMode", "a.krd", "a.krq", 3, 36, ""},
+                      // Two paths of one file, however spelled, and names
+                      // that are no file to the system or to SQLite.
+                      OpenFailure{"OneFileTwice", "new.krd", "new.krd", 1, 36,
+                                  "The KRD file (new.krd) and the KRQ file (new.krd) are the "
+                                  "same file."},
+                      OpenFailure{"OneFileThroughDotSegments", "a.krd", "folder/.././a.krd", 2,
+                                  36,
+                                  "The KRD file (a.krd) and the KRQ file (folder/.././a.krd) are "
+                                  "the same file."},
+                      OpenFailure{"OneFileThroughAHardLink", "a.krd", "hardlink.krq", 0, 36,
+                                  "The KRD file (a.krd) and the KRQ file (hardlink.krq) are the "
+                                  "same file."},
+                      OpenFailure{"OneFileThroughALinkToAFileToBe", "new.krd", "dangling.krq",
+                                  1, 36,
+                                  "The KRD file (new.krd) and the KRQ file (dangling.krq) are the "
+                                  "same file."},
+                      OpenFailure{"DataFileIsTheIndexLog", "new.krq-wal", "new.krq", 1, 36,
+                                  "The KRD file (new.krq-wal) is a file SQLite keeps beside the "
+                                  "KRQ file (new.krq)."},
+                      OpenFailure{"NulByteInPaths", "a\0-data.krd"sv, "a\0-index.krq"sv, 1, 36,
+                                  "The KRD file path (a\\0-data.krd) holds a NUL byte."},
+                      OpenFailure{"NulByteInIndexPath", "a.krd", "a.krq\0.old"sv, 0, 36,
+                                  "The KRQ file path (a.krq\\0.old) holds a NUL byte."},
+                      OpenFailure{"EmptyDataPath", "", "a.krq", 0, 36,
+                                  "The KRD file path is empty."},
+                      OpenFailure{"EmptyIndexPath", "new.krd", "", 1, 36,
+                                  "The KRQ file path is empty."},
+                      OpenFailure{"InMemoryIndex", "new.krd", ":memory:", 1, 36,
+                                  "The KRQ file path (:memory:) names an SQLite in-memory "
+                                  "database or URI, not a file."},
+                      OpenFailure{"UriIndex", "new.krd", "file:new.krq", 1, 36,
+                                  "The KRQ file path (file:new.krq) names an SQLite in-memory "
+                                  "database or URI, not a file."},
+                      // What is not a regular file, refused without waiting.
+                      OpenFailure{"FolderAsDataFile", "folder", "a.krq", 0, 36,
+                                  "The KRD file (folder) could not be opened due to an unknown "
+                                  "error."},
+                      OpenFailure{"PipeAsDataFile", "fifo", "a.krq", 0, 36,
+                                  "The KRD file (fifo) could not be opened due to an unknown "
+                                  "error."},
+                      OpenFailure{"DeviceAsDataFile", "device.krd", "a.krq", 2, 36,
+                                  "The KRD file (device.krd) could not be opened due to an "
+                                  "unknown error."},
+                      OpenFailure{"FolderAsIndexFile", "a.krd", "folder", 0, 36,
+                                  "The KRQ file (folder) is not a regular file."},
+                      OpenFailure{"PipeAsIndexFile", "new.krd", "fifo", 1, 36,
+                                  "The KRQ file (fifo) is not a regular file."}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // CreateIndex has no handle to keep a text with: its code is all it reports.
 TEST_F(PreparedRecordings, CreateIndexReturnsTheRebuildsCode) {
   for (const auto& [krd_name, krq_name, code] :
        {std::tuple{"a.krd", "new.krq", 0}, std::tuple{"none.krd", "new1.krq", 1},
-        std::tuple{"noheader.krd", "new2.krq", 3}, std::tuple{"a.krd", "b.krq", 5}}) {
-    HostBytes krd(dir_.File(krd_name));
-    HostBytes krq(dir_.File(krq_name));
+        std::tuple{"noheader.krd", "new2.krq", 3}, std::tuple{"a.krd", "b.krq", 5},
+        std::tuple{"a.krd", "./a.krd", 36}, std::tuple{"a.krd", "", 36},
+        std::tuple{"a.krd", ":memory:", 36}, std::tuple{"fifo", "new3.krq", 36},
+        std::tuple{"a.krd", "fifo", 36}}) {
+    HostBytes krd(krd_name);
+    HostBytes krq(krq_name);
     EXPECT_EQ(CreateIndex(krd.String(), krq.String()), code) << krd_name << " " << krq_name;
   }
 }

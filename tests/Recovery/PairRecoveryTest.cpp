@@ -387,5 +387,21 @@ TEST_P(PairRecoveryTest, VerifyFindsTheDamageAndRepairMendsItOnce) {
 INSTANTIATE_TEST_SUITE_P(Recovery, PairRecoveryTest, ::testing::ValuesIn(kDamageCases),
                          [](const auto& info) { return std::string(info.param.name); });
 
+// Repair is the recording's one writer while it runs: it refuses a pair
+// that an editor (or a recorder) has open, as the open of a second editor
+// is refused; Verify only reads. Both refuse paths that name one file.
+TEST_F(RecoveryFixture, RepairWaitsForTheWriterToCloseThePair) {
+  Record();
+  const KrdFileHandle editor = OpenOrFail("rec", kEdit);
+  EXPECT_EQ(Failure([&] { Repair(Krd(), Krq()); }),
+            std::make_pair(36, "The KRD file (" + Krd() + ") is already open for writing."));
+  EXPECT_TRUE(Verify(Krd(), Krq()).IsClean());
+  EXPECT_EQ(Close(editor), 0);
+  EXPECT_EQ(Repair(Krd(), Krq()).actions, std::vector<std::string>{});
+  const std::string one_file = dir_.File(".") + "/rec.krd";
+  EXPECT_EQ(Failure([&] { Verify(Krd(), one_file); }).first, 36);
+  EXPECT_EQ(Failure([&] { Repair(Krd(), one_file); }).first, 36);
+}
+
 }  // namespace
 }  // namespace Varnholt::Testing

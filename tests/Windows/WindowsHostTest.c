@@ -1,10 +1,13 @@
 /* What a Windows host meets that a Linux one does not: file names in the
- * system's ANSI code page, and a recording read by a second process while
- * it is being recorded.
+ * system's ANSI code page, a recording read by a second process while it
+ * is being recorded, one file spelled in the ways Windows allows, and a
+ * second writer in another process.
  *
  *   WindowsHostTest              runs the tests
  *   WindowsHostTest read K Q L   the second process: opens K and Q for
- *                                reading and expects the label L */
+ *                                reading and expects the label L
+ *   WindowsHostTest open K Q M   the second process: exits with the code of
+ *                                opening K and Q in mode M */
 
 #include <windows.h>
 #undef CreateEvent /* <windows.h> names its own CreateEventA so */
@@ -36,6 +39,18 @@ static KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode) {
   free(krd_path);
   free(krq_path);
   return file;
+}
+
+/* The code of opening the pair; a file it opens is closed again. */
+static int32_t OpenCode(const char* krd, const char* krq, uint8_t mode) {
+  KrdString* krd_path = NewString(krd);
+  KrdString* krq_path = NewString(krq);
+  KrdFileHandle file = 0;
+  const int32_t code = Open(&krd_path, &krq_path, mode, &file);
+  if (code == 0) Close(file);
+  free(krd_path);
+  free(krq_path);
+  return code;
 }
 
 static int LabelIs(KrdFileHandle file, const char* expected) {
@@ -72,12 +87,14 @@ static void RecordsUnderANonAsciiName(const char* folder) {
   free(label);
 }
 
-/* Runs this program as the second process; its exit code. */
-static DWORD RunReader(const char* krd, const char* krq, const char* label) {
+/* Runs this program as the second process with the command (read or
+ * open), the pair and the last argument; its exit code. */
+static DWORD RunSecond(const char* what, const char* krd, const char* krq, const char* last) {
   char program[MAX_PATH];
   char command[3 * MAX_PATH + 64];
   GetModuleFileNameA(NULL, program, sizeof program);
-  snprintf(command, sizeof command, "\"%s\" read \"%s\" \"%s\" %s", program, krd, krq, label);
+  snprintf(command, sizeof command, "\"%s\" %s \"%s\" \"%s\" %s", program, what, krd, krq,
+           last);
   STARTUPINFOA startup;
   ZeroMemory(&startup, sizeof startup);
   startup.cb = sizeof startup;
@@ -107,12 +124,48 @@ static void IsReadByAnotherProcessWhileRecorded(const char* folder) {
   KrdString* relabel = NewString("later");
   const KrdFileHandle recorder = OpenPair(krd, krq, 1);
   CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == 0);
-  CHECK(RunReader(krd, krq, "live") == 0);
+  CHECK(RunSecond("read", krd, krq, "live") == 0);
   CHECK(SetFileLabel(recorder, &relabel) == 0);
-  CHECK(RunReader(krd, krq, "later") == 0);
+  CHECK(RunSecond("read", krd, krq, "later") == 0);
   CHECK(Close(recorder) == 0);
   free(label);
   free(relabel);
+}
+
+/* Two paths of one file however Windows spells it, names that are no
+ * file, and a folder for either file are refused (36) before anything is
+ * created; while a recorder has the pair, an editor in this process or
+ * another is refused (36), and once it has closed, the editor opens it. */
+static void RefusesOneFileTwiceAndASecondWriter(const char* folder) {
+  char krd[MAX_PATH];
+  char krq[MAX_PATH];
+  char same[MAX_PATH];
+  snprintf(krd, sizeof krd, "%s\\one.krd", folder);
+  snprintf(krq, sizeof krq, "%s\\one.krq", folder);
+  const char* const spellings[] = {"%s\\ONE.KRD", "%s\\.\\one.krd", "%s/one.krd",
+                                   "%s\\..\\%s\\one.krd"};
+  const char* const name = strrchr(folder, '\\') + 1;
+  for (size_t i = 0; i < sizeof spellings / sizeof spellings[0]; ++i) {
+    snprintf(same, sizeof same, spellings[i], folder, name);
+    CHECK(OpenCode(krd, same, 1) == 36);
+  }
+  CHECK(OpenCode(krd, ":memory:", 1) == 36);
+  CHECK(OpenCode(krd, "", 1) == 36);
+  CHECK(OpenCode(krd, folder, 1) == 36);
+  CHECK(GetFileAttributesA(krd) == INVALID_FILE_ATTRIBUTES);
+  CHECK(OpenCode(folder, krq, 0) == 36);
+
+  KrdString* label = NewString("first");
+  const KrdFileHandle recorder = OpenPair(krd, krq, 1);
+  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == 0);
+  snprintf(same, sizeof same, "%s\\One.Krd", folder);
+  CHECK(OpenCode(krd, same, 0) == 36);
+  CHECK(OpenCode(krd, krq, 2) == 36);
+  CHECK(RunSecond("open", krd, krq, "2") == 36);
+  CHECK(RunSecond("read", krd, krq, "first") == 0);
+  CHECK(Close(recorder) == 0);
+  CHECK(OpenCode(krd, krq, 2) == 0);
+  free(label);
 }
 
 int main(int argc, char** argv) {
@@ -120,6 +173,9 @@ int main(int argc, char** argv) {
     const KrdFileHandle reader = OpenPair(argv[2], argv[3], 0);
     const int ok = reader != 0 && LabelIs(reader, argv[4]) && Close(reader) == 0;
     return ok ? 0 : 1;
+  }
+  if (argc == 5 && strcmp(argv[1], "open") == 0) {
+    return (int)OpenCode(argv[2], argv[3], (uint8_t)atoi(argv[4]));
   }
   char base[MAX_PATH];
   char folder[MAX_PATH];
@@ -133,6 +189,7 @@ int main(int argc, char** argv) {
   if (attempt == 1000) return 2;
   RecordsUnderANonAsciiName(folder);
   IsReadByAnotherProcessWhileRecorded(folder);
+  RefusesOneFileTwiceAndASecondWriter(folder);
   CHECK(Terminate() == 0);
   if (failures == 0) printf("Windows host: all checks passed\n");
   return failures == 0 ? 0 : 1;
