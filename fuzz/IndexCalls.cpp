@@ -250,8 +250,7 @@ void ModifyDevices(KrfFileBase& file, const ListedIds& ids) {
                                      {5});
   });
   Try([&] {
-    file.DeletePhysicalChannelAttribute(physical, physical_attribute.key,
-                                        physical_attribute.index);
+    file.DeletePhysicalChannelAttribute(physical, physical_attribute.key, physical_attribute.index);
   });
 }
 

@@ -104,9 +104,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   workspace.LayIndex(data, size);
   Varnholt::Fuzzing::ListedIds ids;
-  WithOpenFile<KrfReader>(workspace, [&](KrfFileBase& file) {
-    ids = Varnholt::Fuzzing::CallEveryReader(file);
-  });
+  WithOpenFile<KrfReader>(
+      workspace, [&](KrfFileBase& file) { ids = Varnholt::Fuzzing::CallEveryReader(file); });
   Require(MemoryFileStore::Process().Read(workspace.krq) == input, "read mode changed the index");
 
   // The same bytes list the same IDs in edit mode.

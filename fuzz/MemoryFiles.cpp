@@ -73,8 +73,7 @@ std::shared_ptr<MemoryFile> MemoryFileStore::Find(const std::string& path) {
 
 std::shared_ptr<MemoryFile> MemoryFileStore::FindOrCreate(const std::string& path) {
   if (auto file = Find(path)) return file;
-  const std::string key =
-      naming_ == MemoryNaming::kInMemory ? path : CreatePlaceholder(path);
+  const std::string key = naming_ == MemoryNaming::kInMemory ? path : CreatePlaceholder(path);
   if (key.empty()) return nullptr;
   // A new placeholder may reuse the inode of a removed one: it starts empty.
   if (const auto stale = files_.find(key); stale != files_.end()) Recycle(std::move(stale->second));

@@ -138,8 +138,7 @@ int CheckReservedLock(sqlite3_file* file, int* out) {
 
 // Shared memory ---------------------------------------------------------
 
-int MapRegion(sqlite3_file* file, int region, int region_size, int extend,
-              void volatile** out) {
+int MapRegion(sqlite3_file* file, int region, int region_size, int extend, void volatile** out) {
   std::lock_guard lock(Store().Mutex());
   Handle& handle = HandleOf(file);
   MemoryFile& stored = *handle.file;
@@ -232,8 +231,7 @@ int Close(sqlite3_file* file) {
   Handle& handle = *slot.handle;
   UnmapRegionsOf(handle);
   UnlockLevel(handle, SQLITE_LOCK_NONE);
-  if (handle.delete_on_close && !handle.path.empty() &&
-      Store().Find(handle.path) == handle.file) {
+  if (handle.delete_on_close && !handle.path.empty() && Store().Find(handle.path) == handle.file) {
     Store().Remove(handle.path);
   }
   delete slot.handle;
@@ -333,7 +331,9 @@ sqlite3_vfs MakeMemoryVfs(sqlite3_vfs* system) {
   vfs.xRandomness = [](sqlite3_vfs* v, int size, char* out) {
     return SystemVfs(v)->xRandomness(SystemVfs(v), size, out);
   };
-  vfs.xSleep = [](sqlite3_vfs* v, int micros) { return SystemVfs(v)->xSleep(SystemVfs(v), micros); };
+  vfs.xSleep = [](sqlite3_vfs* v, int micros) {
+    return SystemVfs(v)->xSleep(SystemVfs(v), micros);
+  };
   vfs.xCurrentTime = [](sqlite3_vfs* v, double* out) {
     return SystemVfs(v)->xCurrentTime(SystemVfs(v), out);
   };
