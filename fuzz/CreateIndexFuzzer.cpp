@@ -2,7 +2,8 @@
 // exported CreateIndex does: a reindexing file object is opened on the
 // data file with a new index, walks it, and is closed. Whatever the bytes,
 // this may only end in one of the library's own errors: never a crash, a
-// hang, a leak or a read out of bounds.
+// hang, a leak or a read out of bounds. The index is built in memory
+// (MemoryVfs.h); the data file lies in the fuzz folder.
 
 #include <cstdint>
 #include <filesystem>
@@ -15,6 +16,7 @@
 #include "KrdFileLib/KrfModes.h"
 #include "KrdFileLibApi/CloseOnFailure.h"
 #include "fuzz/FuzzFolder.h"
+#include "fuzz/MemoryVfs.h"
 
 namespace {
 
@@ -26,13 +28,9 @@ struct Workspace {
   std::string krq = (folder / "input.krq").string();
   std::shared_ptr<FileLibrarySettings> settings = std::make_shared<FileLibrarySettings>();
 
-  Workspace() { DataTypeRegistry::Process().Replace({{1, 2}, {2, 4}}); }
-
-  // A new index each time: reindexing refuses one that exists.
-  void RemoveIndex() const {
-    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
-      std::filesystem::remove(krq + suffix);
-    }
+  Workspace() {
+    DataTypeRegistry::Process().Replace({{1, 2}, {2, 4}});
+    Varnholt::Fuzzing::InstallMemoryVfs(Varnholt::Fuzzing::MemoryNaming::kInMemory);
   }
 };
 
@@ -46,7 +44,8 @@ Workspace& TheWorkspace() {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Workspace& workspace = TheWorkspace();
   Varnholt::Fuzzing::WriteBytes(workspace.krd, data, size);
-  workspace.RemoveIndex();
+  // A new index each time: reindexing refuses one that exists.
+  Varnholt::Fuzzing::MemoryFileStore::Process().Clear();
   try {
     KrfReindexer reindexer(workspace.krd, workspace.krq, workspace.settings, nullptr);
     CloseOnFailure close_on_failure(reindexer);
@@ -57,5 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } catch (const ApiException&) {
     // The expected way for malformed input to end.
   }
+  // What an input made goes with it, so that libFuzzer sees no growth.
+  Varnholt::Fuzzing::MemoryFileStore::Process().Clear();
   return 0;
 }

@@ -8,6 +8,10 @@
 //   - a second Verify finds nothing but the damage the first one found;
 //   - a second Repair does nothing.
 // Anything else, and any crash, leak or hang, is a finding.
+//
+// The indexes live in memory (MemoryVfs.h) behind empty placeholders in the
+// fuzz folder, which Repair renames and removes as it would the files
+// themselves; the data file and the side files lie in the fuzz folder.
 
 #include <cstdint>
 #include <cstdio>
@@ -21,11 +25,13 @@
 #include "KrdFileLib/KrfModes.h"
 #include "KrdFileLib/Recovery/PairRecovery.h"
 #include "fuzz/FuzzFolder.h"
+#include "fuzz/MemoryVfs.h"
 
 namespace {
 
 using namespace Varnholt::KrdFiles;
 using Bytes = std::vector<uint8_t>;
+using Varnholt::Fuzzing::MemoryFileStore;
 
 struct Workspace {
   std::filesystem::path folder = Varnholt::Fuzzing::FreshFuzzFolder("krd-verify");
@@ -36,6 +42,7 @@ struct Workspace {
 
   Workspace() {
     DataTypeRegistry::Process().Replace({{1, 2}, {2, 4}});
+    Varnholt::Fuzzing::InstallMemoryVfs(Varnholt::Fuzzing::MemoryNaming::kPlaceholderOnDisk);
     const std::string data = (folder / "paired.krd").string();
     const std::string paired = (folder / "paired.krq").string();
     std::filesystem::copy_file(KRD_FUZZ_PAIRED_DATA_FILE, data);
@@ -43,7 +50,7 @@ struct Workspace {
     reindexer.Open();
     reindexer.Reindex();
     reindexer.Close();
-    index = Varnholt::Fuzzing::ReadBytes(paired);
+    index = MemoryFileStore::Process().Read(paired);
   }
 
   // The input as data file beside a fresh copy of the index, in an empty
@@ -51,8 +58,9 @@ struct Workspace {
   void Lay(const uint8_t* data, size_t size) const {
     std::filesystem::remove_all(pair);
     std::filesystem::create_directories(pair);
+    MemoryFileStore::Process().Clear();
     Varnholt::Fuzzing::WriteBytes(krd, data, size);
-    Varnholt::Fuzzing::WriteBytes(krq, index.data(), index.size());
+    MemoryFileStore::Process().Put(krq, index.data(), index.size());
   }
 };
 
@@ -80,29 +88,34 @@ bool SameDamage(const Recovery::VerifyReport& first, const Recovery::VerifyRepor
   return !first.damage || first.damage->offset == second.damage->offset;
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const Workspace& workspace = TheWorkspace();
-  workspace.Lay(data, size);
-  const Bytes input(data, data + size);
+void CheckVerifyAndRepair(const Workspace& workspace, const Bytes& input) {
   Recovery::VerifyReport found;
   try {
     found = Recovery::Verify(workspace.krd, workspace.krq);
   } catch (const ApiException&) {
-    return 0;  // not a data file of this library
+    return;  // not a data file of this library
   }
   Require(Varnholt::Fuzzing::ReadBytes(workspace.krd) == input);
-  Require(Varnholt::Fuzzing::ReadBytes(workspace.krq) == workspace.index);
+  Require(MemoryFileStore::Process().Read(workspace.krq) == workspace.index);
 
   Require(RepairOrTrap(workspace).found.IsClean() == found.IsClean());
   const Bytes repaired = Varnholt::Fuzzing::ReadBytes(workspace.krd);
-  const size_t kept = found.torn_tail ? found.torn_tail->offset : size;
+  const size_t kept = found.torn_tail ? found.torn_tail->offset : input.size();
   Require(repaired == Bytes(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(kept)));
 
   const Recovery::VerifyReport again = Recovery::Verify(workspace.krd, workspace.krq);
   Require(!again.torn_tail && again.unindexed_count == 0 && again.bad_row_count == 0 &&
           !again.guid_mismatch && !again.index_unusable && SameDamage(found, again));
   Require(RepairOrTrap(workspace).actions.empty());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const Workspace& workspace = TheWorkspace();
+  workspace.Lay(data, size);
+  CheckVerifyAndRepair(workspace, Bytes(data, data + size));
+  // What an input made goes with it, so that libFuzzer sees no growth.
+  MemoryFileStore::Process().Clear();
   return 0;
 }
