@@ -27,11 +27,10 @@ std::span<const IdColumn> ColumnsNaming(Kind kind) {
                                           {"device", "parent_id"},
                                           {"device_attributes", "device_id"},
                                           {"physical_channel", "device_id"}};
-  static constexpr IdColumn kPhysicalChannels[] = {
-      {"physical_channel", "channel_id"},
-      {"physical_channel_attr", "physical_channel_id"},
-      {"channel", "physical_channel_id"},
-      {"event_source", "physical_channel_id"}};
+  static constexpr IdColumn kPhysicalChannels[] = {{"physical_channel", "channel_id"},
+                                                   {"physical_channel_attr", "physical_channel_id"},
+                                                   {"channel", "physical_channel_id"},
+                                                   {"event_source", "physical_channel_id"}};
   static constexpr IdColumn kGroups[] = {
       {"channel_group", "group_id"}, {"channel", "channel_group_id"}, {"data", "channel_group_id"}};
   static constexpr IdColumn kChannels[] = {{"channel", "channel_id"},
@@ -39,22 +38,32 @@ std::span<const IdColumn> ColumnsNaming(Kind kind) {
   static constexpr IdColumn kEventSources[] = {{"event_source", "event_source_id"},
                                                {"event", "event_source_id"}};
   switch (kind) {
-    case Kind::kDevice: return kDevices;
-    case Kind::kPhysicalChannel: return kPhysicalChannels;
-    case Kind::kChannelGroup: return kGroups;
-    case Kind::kChannel: return kChannels;
-    case Kind::kEventSource: return kEventSources;
+    case Kind::kDevice:
+      return kDevices;
+    case Kind::kPhysicalChannel:
+      return kPhysicalChannels;
+    case Kind::kChannelGroup:
+      return kGroups;
+    case Kind::kChannel:
+      return kChannels;
+    case Kind::kEventSource:
+      return kEventSources;
   }
   return {};
 }
 
 const char* NameOf(Kind kind) {
   switch (kind) {
-    case Kind::kDevice: return "device";
-    case Kind::kPhysicalChannel: return "physical channel";
-    case Kind::kChannelGroup: return "channel group";
-    case Kind::kChannel: return "channel";
-    case Kind::kEventSource: return "event source";
+    case Kind::kDevice:
+      return "device";
+    case Kind::kPhysicalChannel:
+      return "physical channel";
+    case Kind::kChannelGroup:
+      return "channel group";
+    case Kind::kChannel:
+      return "channel";
+    case Kind::kEventSource:
+      return "event source";
   }
   return "entity";
 }

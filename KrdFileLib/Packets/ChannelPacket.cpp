@@ -111,7 +111,8 @@ int64_t ChannelPacket::GetChannelData(Index::IndexConnection& connection, KrdIns
     last_block = block.Frames();
   }
   const bool forward = length > 0;
-  const int64_t continuation = TimeBeyondWindow(forward ? last_block : first_block, window, forward);
+  const int64_t continuation =
+      TimeBeyondWindow(forward ? last_block : first_block, window, forward);
   if (continuation != kNoMoreData) return continuation;
   return TimeInNeighbourBlock(connection, channel_group_id_, window, forward);
 }

@@ -148,8 +148,8 @@ TEST_P(SecondWriterTest, IsRefusedAtOpenAndTheFirstWriterLosesNothing) {
   if (!maintenance) {
     ASSERT_EQ(Terminate(), 0);
   }
-  const std::string in_use = "36 The KRD file (" + dir_.File("pair.krd") +
-                             ") is already open for writing.";
+  const std::string in_use =
+      "36 The KRD file (" + dir_.File("pair.krd") + ") is already open for writing.";
   const KrdFileHandle recorder = OpenOrFail("pair", kRecord);
   DescribeStandardSetUp(recorder);
   EXPECT_EQ(OpenOutcome("pair", kEdit), in_use);

@@ -265,68 +265,64 @@ using namespace std::string_view_literals;
 
 INSTANTIATE_TEST_SUITE_P(
     HostInterface, OpenFailureTest,
-    ::testing::Values(OpenFailure{"MissingDataFile", "none.krd", "new.krq", 0, 1,
-                                  "The KRD file could not be opened because it does not exist."},
-                      OpenFailure{"DataFileExists", "a.krd", "new.krq", 1, 2,
-                                  "KRD file could not be created because it already exists."},
-                      OpenFailure{"NoHeaderPacket", "noheader.krd", "noheader.krq", 0, 3,
-                                  "The KRD file does not begin with a header packet."},
-                      OpenFailure{"BadFileType", "badtype.krd", "badtype.krq", 2, 3,
-                                  "File header does not contain a valid file type string."},
-                      OpenFailure{"GuidMismatch", "a.krd", "b.krq", 2, 3,
-                                  "The KRQ file's GUID does not match the KRD file's GUID."},
-                      OpenFailure{"MissingIndexFile", "a.krd", "new.krq", 0, 4,
-                                  "The index file could not be found."},
-                      OpenFailure{"IndexFileExists", "new.krd", "a.krq", 1, 5,
-                                  "KRQ file already exists."},
-                      OpenFailure{"UnknownMode", "a.krd", "a.krq", 3, 36, ""},
-                      // Two paths of one file, however spelled, and names
-                      // that are no file to the system or to SQLite.
-                      OpenFailure{"OneFileTwice", "new.krd", "new.krd", 1, 36,
-                                  "The KRD file (new.krd) and the KRQ file (new.krd) are the "
-                                  "same file."},
-                      OpenFailure{"OneFileThroughDotSegments", "a.krd", "folder/.././a.krd", 2,
-                                  36,
-                                  "The KRD file (a.krd) and the KRQ file (folder/.././a.krd) are "
-                                  "the same file."},
-                      OpenFailure{"OneFileThroughAHardLink", "a.krd", "hardlink.krq", 0, 36,
-                                  "The KRD file (a.krd) and the KRQ file (hardlink.krq) are the "
-                                  "same file."},
-                      OpenFailure{"OneFileThroughALinkToAFileToBe", "new.krd", "dangling.krq",
-                                  1, 36,
-                                  "The KRD file (new.krd) and the KRQ file (dangling.krq) are the "
-                                  "same file."},
-                      OpenFailure{"DataFileIsTheIndexLog", "new.krq-wal", "new.krq", 1, 36,
-                                  "The KRD file (new.krq-wal) is a file SQLite keeps beside the "
-                                  "KRQ file (new.krq)."},
-                      OpenFailure{"NulByteInPaths", "a\0-data.krd"sv, "a\0-index.krq"sv, 1, 36,
-                                  "The KRD file path (a\\0-data.krd) holds a NUL byte."},
-                      OpenFailure{"NulByteInIndexPath", "a.krd", "a.krq\0.old"sv, 0, 36,
-                                  "The KRQ file path (a.krq\\0.old) holds a NUL byte."},
-                      OpenFailure{"EmptyDataPath", "", "a.krq", 0, 36,
-                                  "The KRD file path is empty."},
-                      OpenFailure{"EmptyIndexPath", "new.krd", "", 1, 36,
-                                  "The KRQ file path is empty."},
-                      OpenFailure{"InMemoryIndex", "new.krd", ":memory:", 1, 36,
-                                  "The KRQ file path (:memory:) names an SQLite in-memory "
-                                  "database or URI, not a file."},
-                      OpenFailure{"UriIndex", "new.krd", "file:new.krq", 1, 36,
-                                  "The KRQ file path (file:new.krq) names an SQLite in-memory "
-                                  "database or URI, not a file."},
-                      // What is not a regular file, refused without waiting.
-                      OpenFailure{"FolderAsDataFile", "folder", "a.krq", 0, 36,
-                                  "The KRD file (folder) could not be opened due to an unknown "
-                                  "error."},
-                      OpenFailure{"PipeAsDataFile", "fifo", "a.krq", 0, 36,
-                                  "The KRD file (fifo) could not be opened due to an unknown "
-                                  "error."},
-                      OpenFailure{"DeviceAsDataFile", "device.krd", "a.krq", 2, 36,
-                                  "The KRD file (device.krd) could not be opened due to an "
-                                  "unknown error."},
-                      OpenFailure{"FolderAsIndexFile", "a.krd", "folder", 0, 36,
-                                  "The KRQ file (folder) is not a regular file."},
-                      OpenFailure{"PipeAsIndexFile", "new.krd", "fifo", 1, 36,
-                                  "The KRQ file (fifo) is not a regular file."}),
+    ::testing::Values(
+        OpenFailure{"MissingDataFile", "none.krd", "new.krq", 0, 1,
+                    "The KRD file could not be opened because it does not exist."},
+        OpenFailure{"DataFileExists", "a.krd", "new.krq", 1, 2,
+                    "KRD file could not be created because it already exists."},
+        OpenFailure{"NoHeaderPacket", "noheader.krd", "noheader.krq", 0, 3,
+                    "The KRD file does not begin with a header packet."},
+        OpenFailure{"BadFileType", "badtype.krd", "badtype.krq", 2, 3,
+                    "File header does not contain a valid file type string."},
+        OpenFailure{"GuidMismatch", "a.krd", "b.krq", 2, 3,
+                    "The KRQ file's GUID does not match the KRD file's GUID."},
+        OpenFailure{"MissingIndexFile", "a.krd", "new.krq", 0, 4,
+                    "The index file could not be found."},
+        OpenFailure{"IndexFileExists", "new.krd", "a.krq", 1, 5, "KRQ file already exists."},
+        OpenFailure{"UnknownMode", "a.krd", "a.krq", 3, 36, ""},
+        // Two paths of one file, however spelled, and names
+        // that are no file to the system or to SQLite.
+        OpenFailure{"OneFileTwice", "new.krd", "new.krd", 1, 36,
+                    "The KRD file (new.krd) and the KRQ file (new.krd) are the "
+                    "same file."},
+        OpenFailure{"OneFileThroughDotSegments", "a.krd", "folder/.././a.krd", 2, 36,
+                    "The KRD file (a.krd) and the KRQ file (folder/.././a.krd) are "
+                    "the same file."},
+        OpenFailure{"OneFileThroughAHardLink", "a.krd", "hardlink.krq", 0, 36,
+                    "The KRD file (a.krd) and the KRQ file (hardlink.krq) are the "
+                    "same file."},
+        OpenFailure{"OneFileThroughALinkToAFileToBe", "new.krd", "dangling.krq", 1, 36,
+                    "The KRD file (new.krd) and the KRQ file (dangling.krq) are the "
+                    "same file."},
+        OpenFailure{"DataFileIsTheIndexLog", "new.krq-wal", "new.krq", 1, 36,
+                    "The KRD file (new.krq-wal) is a file SQLite keeps beside the "
+                    "KRQ file (new.krq)."},
+        OpenFailure{"NulByteInPaths", "a\0-data.krd"sv, "a\0-index.krq"sv, 1, 36,
+                    "The KRD file path (a\\0-data.krd) holds a NUL byte."},
+        OpenFailure{"NulByteInIndexPath", "a.krd", "a.krq\0.old"sv, 0, 36,
+                    "The KRQ file path (a.krq\\0.old) holds a NUL byte."},
+        OpenFailure{"EmptyDataPath", "", "a.krq", 0, 36, "The KRD file path is empty."},
+        OpenFailure{"EmptyIndexPath", "new.krd", "", 1, 36, "The KRQ file path is empty."},
+        OpenFailure{"InMemoryIndex", "new.krd", ":memory:", 1, 36,
+                    "The KRQ file path (:memory:) names an SQLite in-memory "
+                    "database or URI, not a file."},
+        OpenFailure{"UriIndex", "new.krd", "file:new.krq", 1, 36,
+                    "The KRQ file path (file:new.krq) names an SQLite in-memory "
+                    "database or URI, not a file."},
+        // What is not a regular file, refused without waiting.
+        OpenFailure{"FolderAsDataFile", "folder", "a.krq", 0, 36,
+                    "The KRD file (folder) could not be opened due to an unknown "
+                    "error."},
+        OpenFailure{"PipeAsDataFile", "fifo", "a.krq", 0, 36,
+                    "The KRD file (fifo) could not be opened due to an unknown "
+                    "error."},
+        OpenFailure{"DeviceAsDataFile", "device.krd", "a.krq", 2, 36,
+                    "The KRD file (device.krd) could not be opened due to an "
+                    "unknown error."},
+        OpenFailure{"FolderAsIndexFile", "a.krd", "folder", 0, 36,
+                    "The KRQ file (folder) is not a regular file."},
+        OpenFailure{"PipeAsIndexFile", "new.krd", "fifo", 1, 36,
+                    "The KRQ file (fifo) is not a regular file."}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // CreateIndex has no handle to keep a text with: its code is all it reports.

@@ -61,8 +61,7 @@ class ChannelReadTest : public PacketFileTest {
 // before them is read without touching them, in one large chunk.
 TEST_F(ChannelReadTest, ReadsNoFrameBeyondTheWindow) {
   std::filesystem::resize_file(path_, 15 + 3 * 6 + 5);
-  EXPECT_EQ(Read(*channel_, 100, 21, 1 << 20),
-            ExpectedSamples(100, 120));
+  EXPECT_EQ(Read(*channel_, 100, 21, 1 << 20), ExpectedSamples(100, 120));
   EXPECT_EQ(Failure([&] { Read(*channel_, 100, 31, 1 << 20); }),
             std::make_pair(3, std::string("KRD file ended unexpectedly.")));
 }
@@ -80,8 +79,7 @@ TEST_F(ChannelReadTest, RefusesAnEmptyIntervalAndAChannelOutsideItsGroup) {
 TEST_F(ChannelReadTest, WindowsReachingTowardsTheTimeLimitsReadEverythingOnTheirWay) {
   const int64_t max = std::numeric_limits<int64_t>::max();
   EXPECT_EQ(Read(*channel_, 0, max, 64), ExpectedSamples(0, max));
-  EXPECT_EQ(Read(*channel_, 220, -max, 64),
-            ExpectedSamples(0, 220));
+  EXPECT_EQ(Read(*channel_, 220, -max, 64), ExpectedSamples(0, 220));
 }
 
 }  // namespace
