@@ -1,5 +1,7 @@
 #include "KrdFileLibApi/MaintenanceThread.h"
 
+#include "KrdFileLib/Index/CommitLimits.h"
+
 namespace Varnholt::KrdFiles {
 
 MaintenanceThread::MaintenanceThread(const KrfFileTable& table,
@@ -18,13 +20,18 @@ void MaintenanceThread::Start() {
     module_.Release();
     throw;
   }
+  Index::SetMaintenancePassesRun(true);
 }
 
 void MaintenanceThread::Stop() {
   stop_requested_ = true;
   if (worker_.joinable() && worker_.get_id() != std::this_thread::get_id()) {
+    Index::SetMaintenancePassesRun(false);
     worker_.join();
     module_.Release();
+    // Readers now read a snapshot per call; one last pass lets go of the
+    // snapshots they hold from before, and commits what is due.
+    RunPass(table_);
   }
 }
 

@@ -17,8 +17,10 @@ namespace Varnholt::KrdFiles {
 // thread walks the open files and commits each batch whose commit interval
 // has passed. On the same pass an index that has only read since its last
 // commit lets go of its read snapshot, so that a reader follows a recording
-// in progress. It holds one lock at a time: the table's while it looks up a
-// slot, then the file's while it commits, never both.
+// in progress; while the thread runs, readers keep their snapshots between
+// calls for it to release (Index::MaintenancePassesRun), and once it stops
+// they read a snapshot per call. It holds one lock at a time: the table's
+// while it looks up a slot, then the file's while it commits, never both.
 class MaintenanceThread : public CommonLib::NonCopyableClassBase {
  public:
   static constexpr int64_t kPauseMs = 50;

@@ -8,6 +8,7 @@ namespace {
 
 std::atomic<int32_t> statements_per_commit{kDefaultStatementsPerCommit};
 std::atomic<int32_t> commit_interval_ms{kDefaultCommitIntervalMs};
+std::atomic<bool> maintenance_passes_run{false};
 
 }  // namespace
 
@@ -18,6 +19,12 @@ int32_t CommitIntervalMs() { return commit_interval_ms.load(std::memory_order_re
 void SetCommitLimits(int32_t statements, int32_t interval_ms) {
   statements_per_commit.store(statements, std::memory_order_relaxed);
   commit_interval_ms.store(interval_ms, std::memory_order_relaxed);
+}
+
+bool MaintenancePassesRun() { return maintenance_passes_run.load(std::memory_order_relaxed); }
+
+void SetMaintenancePassesRun(bool running) {
+  maintenance_passes_run.store(running, std::memory_order_relaxed);
 }
 
 }  // namespace Varnholt::KrdFiles::Index

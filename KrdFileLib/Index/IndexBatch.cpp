@@ -21,8 +21,9 @@ constexpr std::size_t kMaxJournalStatements = 100000;
 
 void IndexConnection::BeginTransaction() {
   RequireOpen();
-  // A session that only reads holds a transaction during calls only.
-  if (reads_only_ && operation_depth_ == 0) return;
+  // A session that reads a snapshot per call holds a transaction during
+  // calls only.
+  if (operation_depth_ == 0 && SnapshotPerCall()) return;
   if (!database_.InTransaction()) RunControl("begin transaction");
 }
 
@@ -140,7 +141,7 @@ void IndexConnection::CatchUp() {
 
 bool IndexConnection::BeginOperation() {
   if (++operation_depth_ > 1) return false;
-  if (reads_only_ && is_open_) {
+  if (is_open_ && SnapshotPerCall()) {
     try {
       BeginTransaction();  // the call's one snapshot
     } catch (...) {
@@ -149,6 +150,8 @@ bool IndexConnection::BeginOperation() {
   }
   return true;
 }
+
+bool IndexConnection::SnapshotPerCall() const { return reads_only_ && !MaintenancePassesRun(); }
 
 void IndexConnection::EndReadSnapshot() noexcept {
   try {
@@ -167,7 +170,7 @@ void IndexConnection::EndOperation(bool succeeded) noexcept {
   if (operation_depth_ == 0 || --operation_depth_ > 0) return;
   if (is_open_ && !succeeded) UndoOperation();
   operation_start_.reset();
-  if (reads_only_ && is_open_) {
+  if (is_open_ && SnapshotPerCall()) {
     EndReadSnapshot();
     return;
   }

@@ -67,10 +67,12 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Opens an existing KRQ file to read it only. A file on read-only media (a
   // write-protected file or folder, a share, an archive mount) opens too;
   // one whose write-ahead log still holds changes that cannot be read there
-  // is refused with code 4 and says so. Such a session keeps no transaction
-  // open between host calls: each call reads one snapshot of its own, so it
-  // sees what other connections committed before it, and an idle reader
-  // never keeps the write-ahead log from being folded back into the file.
+  // is refused with code 4 and says so. Such a session sees what other
+  // connections commit and never keeps the write-ahead log from being
+  // folded back for long: while maintenance passes run it keeps its snapshot
+  // from call to call until a pass lets it go (ReleaseReadSnapshot), and
+  // without them each call reads a snapshot of its own and holds none after
+  // it (MaintenancePassesRun in CommitLimits.h).
   void OpenForReading();
   // Creates a KRQ file with the full schema. A file that already holds an
   // index is left as it was and the connection ends closed.
@@ -163,6 +165,8 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Notes where the batch stood at the running call's first write.
   void MarkOperationStart();
   void UndoOperation() noexcept;
+  // Whether each call reads a snapshot of its own, held during the call.
+  bool SnapshotPerCall() const;
   // Ends a reading session's call: its snapshot goes.
   void EndReadSnapshot() noexcept;
 
@@ -172,7 +176,7 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Dropped before the handle on Close, which finalises what it holds.
   std::shared_ptr<StatementCache> statements_;
   bool is_open_ = false;
-  // Opened for reading: no batch, a snapshot per call.
+  // Opened for reading: nothing is ever written.
   bool reads_only_ = false;
   int32_t pending_statements_ = 0;
   int64_t commit_deadline_ = 0;

@@ -84,9 +84,33 @@ TEST_F(HostConcurrencyTest, ThreadsShareTheLibraryWhileTheMaintenanceThreadCommi
   EXPECT_EQ(CommittedLabel("shared.krq"), "final");
 }
 
-// A host that shows a recording while it is being made, even one that
-// stopped the maintenance thread (Terminate): a reader sees each commit at
-// its next call, and between calls
+// A host that shows a recording while it is being made: a reader handle on
+// the pair sees what the recorder commits after the reader's first read,
+// once the maintenance thread has let go of the reader's snapshot.
+TEST_F(HostConcurrencyTest, AReaderFollowsARecordingInProgress) {
+  Configure(/*batch_size=*/1, /*commit_interval_ms=*/10000);
+  const KrdFileHandle recorder = OpenOrFail("live", kRecord);
+  HostBytes first("first");
+  ASSERT_EQ(CreateHeader(recorder, 1000, 1, first.String()), 0);
+  const KrdFileHandle reader = OpenOrFail("live", kRead);
+  auto label_of_reader = [&] {
+    KrdStringHandle label = nullptr;
+    EXPECT_EQ(GetFileLabel(reader, &label), 0);
+    return TakeBytes(label);
+  };
+  EXPECT_EQ(label_of_reader(), "first");
+
+  HostBytes second("second");
+  ASSERT_EQ(SetFileLabel(recorder, second.String()), 0);
+  const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (label_of_reader() != "second" && std::chrono::steady_clock::now() < give_up) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(label_of_reader(), "second");
+}
+
+// A host that stopped the maintenance thread (Terminate) and goes on
+// reading: a reader sees each commit at its next call, and between calls
 // holds no snapshot that would keep the write-ahead log from being folded
 // back. Terminate stops the thread for the rest of the process; ctest runs
 // each test in a process of its own.
