@@ -135,12 +135,7 @@ TEST_F(DataRecordingTest, ADataTypeDroppedByANewInitializeFailsTheRead) {
 TEST_F(DataRecordingTest, AResultPastWhatAHostArrayHoldsIsRefusedAndPiecesAreRead) {
   Configure(100, 10000, 64 * 1024, {{1, 1}});
   const KrdFileHandle recorder = OpenOrFail("big", kRecord);
-  uint16_t id = 0;
-  ASSERT_EQ(CreateHeader(recorder, 1000, 0, HostBytes("big").String()), 0);
-  ASSERT_EQ(CreateDevice(recorder, 65535, HostBytes("rig").String(), &id), 0);
-  ASSERT_EQ(CreatePhysicalChannel(recorder, 0, 0, HostBytes("in").String(), &id), 0);
-  ASSERT_EQ(CreateChannelGroup(recorder, 1, 1, 1, &id), 0);
-  ASSERT_EQ(CreateChannel(recorder, 1, 1, 0, HostBytes("bytes").String(), &id), 0);
+  DescribeOneChannel(recorder, 1);
   ASSERT_EQ(Close(recorder), 0);
 
   constexpr uint64_t kFrames = (uint64_t{1} << 31) + 8;

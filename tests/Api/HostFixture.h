@@ -24,6 +24,18 @@ inline std::string LastMessage(KrdFileHandle file) {
   return code == 0 ? message : "<" + std::to_string(code) + ">" + message;
 }
 
+// The least a recording with one channel needs, recorded on file: a header,
+// the root device, physical channel 1, group 1 of one channel of data_type
+// one tick apart, and channel 1 at its place 0.
+inline void DescribeOneChannel(KrdFileHandle file, uint16_t data_type) {
+  uint16_t id = 0;
+  EXPECT_EQ(CreateHeader(file, 1000, 0, HostBytes("one channel").String()), 0);
+  EXPECT_EQ(CreateDevice(file, 65535, HostBytes("rig").String(), &id), 0);
+  EXPECT_EQ(CreatePhysicalChannel(file, 0, 0, HostBytes("in").String(), &id), 0);
+  EXPECT_EQ(CreateChannelGroup(file, 1, 1, data_type, &id), 0);
+  EXPECT_EQ(CreateChannel(file, 1, 1, 0, HostBytes("x").String(), &id), 0);
+}
+
 // A host for tests of the C interface. It names the test run-time module,
 // whose allocator then makes every returned handle, and at the end closes
 // what the test opened and checks that every handle the run-time made was

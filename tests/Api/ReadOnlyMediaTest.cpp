@@ -98,11 +98,7 @@ class ReadOnlyMediaTest : public HostFixture, public ::testing::WithParamInterfa
     recorder_ = file;
     uint16_t id = 0;
     uint32_t event = 0;
-    EXPECT_EQ(CreateHeader(file, 1000, 0, HostBytes("archive").String()), 0);
-    EXPECT_EQ(CreateDevice(file, 65535, HostBytes("rig").String(), &id), 0);
-    EXPECT_EQ(CreatePhysicalChannel(file, 0, 0, HostBytes("in").String(), &id), 0);
-    EXPECT_EQ(CreateChannelGroup(file, 1, 1, 1, &id), 0);
-    EXPECT_EQ(CreateChannel(file, 1, 1, 0, HostBytes("a").String(), &id), 0);
+    DescribeOneChannel(file, 1);
     EXPECT_EQ(RecordChannelGroupData(file, 1, 0, HostBytes("\x01\x02\x03\x04").Array()), 0);
     EXPECT_EQ(CreateEventSource(file, 1, 7, HostBytes("trigger").String(), &id), 0);
     EXPECT_EQ(CreateEvent(file, 1, 5, HostBytes("hit").Array(), &event), 0);

@@ -216,12 +216,8 @@ TEST_F(IndexDiskTest, AFullIndexDiskFailsTheNextChangeUntilThereIsRoomAgain) {
   ASSERT_EQ(Open(HostBytes(dir.File("i.krd")).String(), HostBytes(dir.File("i.krq")).String(),
                  kRecord, &file),
             0);
+  DescribeOneChannel(file, 1);
   uint16_t id = 0;
-  ASSERT_EQ(CreateHeader(file, 1000, 0, HostBytes("index disk").String()), 0);
-  ASSERT_EQ(CreateDevice(file, 65535, HostBytes("rig").String(), &id), 0);
-  ASSERT_EQ(CreatePhysicalChannel(file, 0, 0, HostBytes("in").String(), &id), 0);
-  ASSERT_EQ(CreateChannelGroup(file, 1, 1, 1, &id), 0);
-  ASSERT_EQ(CreateChannel(file, 1, 1, 0, HostBytes("x").String(), &id), 0);
 
   FaultSchedule::Process().Arm(
       {FaultPlan::Kind::kDiskFull, 1, FaultPlan::kForever, SQLITE_FULL, 0, /*index_only=*/true});
