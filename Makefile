@@ -11,6 +11,9 @@
 #                   it under Wine (build-win64/bin)
 #   make windows32  cross-builds KrdFileLibApi.dll for 32-bit Windows and checks
 #                   it statically (build-win32/bin)
+#   make test32     builds the library and its tests for 32-bit Linux,
+#                   statically linked, and runs them under qemu-i386-static
+#                   (build-linux32), the 4 GiB recording test among them
 # The Windows targets first install the MinGW-w64 compilers, Wine and what
 # builds SQLite from Debian's source package (scripts/install-windows-deps).
 # BUILD_DIR and CMAKE_FLAGS select other build variants, e.g.
@@ -22,7 +25,8 @@ JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 
 CRASH_POINTS ?= 5000
 
-.PHONY: all deps configure build demo test bench crash-test clean windows-deps windows64 windows32
+.PHONY: all deps configure build demo test bench crash-test clean windows-deps windows64 windows32 \
+        test32-deps test32
 
 all: build
 
@@ -59,3 +63,11 @@ windows64 windows32: windows%: windows-deps
 	cmake -S . -B build-win$* -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-mingw-$(if $(filter 64,$*),x86_64,i686).cmake $(CMAKE_FLAGS)
 	cmake --build build-win$* -j $(JOBS)
 	ctest --test-dir build-win$* --output-on-failure
+
+test32-deps: deps
+	@scripts/install-test32-deps
+
+test32: test32-deps
+	cmake -S . -B build-linux32 -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-linux-i686.cmake $(CMAKE_FLAGS)
+	cmake --build build-linux32 -j $(JOBS)
+	ctest --test-dir build-linux32 --output-on-failure -j $(JOBS)

@@ -7,6 +7,15 @@
 #endif
 
 #include <cstddef>
+#include <cstdint>
+
+#if defined(KRD_STATIC_PROGRAMS)
+// A statically linked program has no symbols to look up while it runs: a
+// run-time it holds is linked in, and found through weak references, which
+// stay null without one. The module given is not asked.
+extern "C" void** AZNewHandle(std::size_t bytes) __attribute__((weak));
+extern "C" int32_t AZDisposeHandle(void** handle) __attribute__((weak));
+#endif
 
 namespace Varnholt::KrdFiles {
 
@@ -16,6 +25,7 @@ namespace {
 // block, after the pointer the handle points to, aligned for any element.
 constexpr std::size_t kOwnDataOffset = alignof(std::max_align_t);
 
+#if !defined(KRD_STATIC_PROGRAMS)
 // The run-time's function name in module; without a module, in the
 // process's global symbols (Linux) or its main program (Windows).
 template <typename Function>
@@ -27,6 +37,7 @@ Function LookUp(void* module, const char* name) {
   return reinterpret_cast<Function>(dlsym(module != nullptr ? module : RTLD_DEFAULT, name));
 #endif
 }
+#endif
 
 }  // namespace
 
@@ -44,8 +55,12 @@ void HostAllocator::SetRunTimeModule(void* module) noexcept {
 HostAllocator::RunTime HostAllocator::ResolvedRunTime() {
   std::lock_guard lock(mutex_);
   if (!resolved_) {
+#if defined(KRD_STATIC_PROGRAMS)
+    run_time_ = {&AZNewHandle, &AZDisposeHandle};
+#else
     run_time_.new_handle = LookUp<NewHandleFunction>(module_, "AZNewHandle");
     run_time_.dispose_handle = LookUp<DisposeHandleFunction>(module_, "AZDisposeHandle");
+#endif
     resolved_ = true;
   }
   return run_time_;

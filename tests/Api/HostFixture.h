@@ -1,6 +1,5 @@
 #pragma once
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -10,6 +9,7 @@
 
 #include "KrdFileLibApi.h"
 #include "tests/Api/TestHost.h"
+#include "tests/Api/TestRunTime.h"
 #include "tests/TestSupport/LibrarySetup.h"
 #include "tests/TestSupport/TempDir.h"
 
@@ -49,14 +49,14 @@ class HostFixture : public ::testing::Test {
 
  protected:
   void SetUp() override {
-    ASSERT_NE(run_time_, nullptr) << dlerror();
-    ASSERT_EQ(SetLVRTModule(run_time_), 0);
+    ASSERT_NE(TestRunTimeModule(), nullptr) << TestRunTimeLoadError();
+    ASSERT_EQ(SetLVRTModule(TestRunTimeModule()), 0);
     live_at_start_ = LiveRunTimeHandles();
     Configure(/*batch_size=*/100, /*commit_interval_ms=*/10000);
   }
   void TearDown() override {
     for (KrdFileHandle file : opened_) Close(file);
-    SetLVRTModule(run_time_);
+    SetLVRTModule(TestRunTimeModule());
     EXPECT_EQ(LiveRunTimeHandles(), live_at_start_) << "a returned handle was not disposed of";
   }
 
@@ -95,18 +95,13 @@ class HostFixture : public ::testing::Test {
 
  public:
   // The size the test run-time made a handle with; -1 when it did not make it.
-  static int64_t RunTimeSize(void* handle) {
-    return reinterpret_cast<int64_t (*)(void*)>(dlsym(run_time_, "TestRunTimeHandleSize"))(handle);
-  }
-  static std::size_t LiveRunTimeHandles() {
-    return reinterpret_cast<std::size_t (*)()>(dlsym(run_time_, "TestRunTimeLiveHandles"))();
-  }
+  static int64_t RunTimeSize(void* handle) { return RunTimeHandleSize(handle); }
+  static std::size_t LiveRunTimeHandles() { return RunTimeLiveHandles(); }
 
  protected:
   TempDir dir_;
   std::vector<KrdFileHandle> opened_;
   std::size_t live_at_start_ = 0;
-  static inline void* const run_time_ = dlopen(KRD_TEST_RUN_TIME, RTLD_NOW | RTLD_LOCAL);
 };
 
 }  // namespace Varnholt::Testing

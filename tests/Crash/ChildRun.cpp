@@ -83,14 +83,17 @@ ChildRun RunChild(const std::string& program, const ChildOrders& orders) {
   Descriptor write_end(ends[1]);
   ::fcntl(read_end.Get(), F_SETFD, FD_CLOEXEC);
   // Everything the child needs is built before fork: after it, the child
-  // only execs.
-  const std::vector<std::string> arguments = {program,
-                                              orders.krd,
-                                              orders.krq,
-                                              std::to_string(write_end.Get()),
-                                              std::to_string(orders.crash_at_write),
-                                              std::to_string(orders.seed),
-                                              std::to_string(orders.blocks)};
+  // only execs. A build for another machine starts it through its emulator.
+  std::vector<std::string> arguments = {program,
+                                        orders.krd,
+                                        orders.krq,
+                                        std::to_string(write_end.Get()),
+                                        std::to_string(orders.crash_at_write),
+                                        std::to_string(orders.seed),
+                                        std::to_string(orders.blocks)};
+  if (const std::string launcher = KRD_PROGRAM_LAUNCHER; !launcher.empty()) {
+    arguments.insert(arguments.begin(), launcher);
+  }
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);

@@ -2,13 +2,13 @@
 # might, and checks what krd-repair reports and does, by exit status and
 # output: --check finds the torn tail and changes nothing, repair moves the
 # tail aside and replaces the index, and afterwards both find the pair clean.
-#   cmake -DREPAIR= -DDEMO= -DSCRATCH= -P CheckRepairTool.cmake
+#   cmake -DREPAIR= -DDEMO= -DSCRATCH= [-DLAUNCHER=emulator] -P CheckRepairTool.cmake
 
 set(types --data-type 1:2 --data-type 2:4 --data-type 3:8)
 
 # expect(<status> <output regex> <arguments>...): runs krd-repair.
 function(expect status pattern)
-  execute_process(COMMAND ${REPAIR} ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output
+  execute_process(COMMAND ${LAUNCHER} ${REPAIR} ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output
                   ERROR_VARIABLE output)
   if(NOT result EQUAL status OR NOT output MATCHES "${pattern}")
     string(REPLACE ";" " " arguments "${ARGN}")
@@ -17,7 +17,7 @@ function(expect status pattern)
 endfunction()
 
 file(REMOVE_RECURSE ${SCRATCH})
-execute_process(COMMAND ${DEMO} ${SCRATCH} OUTPUT_QUIET RESULT_VARIABLE result)
+execute_process(COMMAND ${LAUNCHER} ${DEMO} ${SCRATCH} OUTPUT_QUIET RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "the demo failed (${result})")
 endif()
