@@ -1,6 +1,6 @@
 #include "KrdFileLibApi/CreateIndexOperation.h"
 
-#include "KrdFileLib/KrfModes.h"
+#include "KrdFileLib/File/KrfModes.h"
 #include "KrdFileLibApi/CloseOnFailure.h"
 
 namespace Varnholt::KrdFiles {

@@ -2,7 +2,7 @@
 // each runs the file object's member operation of the same name through
 // FileFunction.
 
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLibApi.h"
 #include "KrdFileLibApi/Export.h"
 #include "KrdFileLibApi/FileFunction.h"

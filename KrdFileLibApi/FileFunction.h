@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLibApi.h"
 #include "KrdFileLibApi/FileOperation.h"
 #include "KrdFileLibApi/HostArgument.h"

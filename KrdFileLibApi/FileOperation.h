@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLibApi/KrfFileTable.h"
 #include "KrdFileLibApi/OperationBase.h"
 

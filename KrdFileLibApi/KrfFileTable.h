@@ -9,7 +9,7 @@
 
 #include "CommonLib/NonCopyableClassBase.h"
 #include "KrdFileLib/FileLibrarySettings.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 
 namespace Varnholt::KrdFiles {
 

@@ -1,7 +1,7 @@
 #include "KrdFileLibApi/OpenOperation.h"
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/KrfModes.h"
+#include "KrdFileLib/File/KrfModes.h"
 #include "KrdFileLibApi/CloseOnFailure.h"
 #include "KrdFileLibApi/HostValues.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "CommonLib/IClock.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLibApi/KrfFileTable.h"
 #include "KrdFileLibApi/OperationBase.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "KrdFileLib/DataTypeRegistry.h"
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ChannelSampleReader.h"
 #include "KrdFileLib/Packets/DataPacket.h"

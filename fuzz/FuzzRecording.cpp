@@ -5,7 +5,7 @@
 
 #include "KrdFileLib/FileLibrarySettings.h"
 #include "KrdFileLib/Index/FileInformationTable.h"
-#include "KrdFileLib/KrfModes.h"
+#include "KrdFileLib/File/KrfModes.h"
 #include "KrdFileLib/Packets/PacketFormat.h"
 
 namespace Varnholt::Fuzzing {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 
 namespace Varnholt::Fuzzing {
 

@@ -25,7 +25,7 @@
 #include "KrdFileLib/DataTypeRegistry.h"
 #include "KrdFileLib/Exceptions.h"
 #include "KrdFileLib/FileLibrarySettings.h"
-#include "KrdFileLib/KrfModes.h"
+#include "KrdFileLib/File/KrfModes.h"
 #include "KrdFileLibApi/CloseOnFailure.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzRecording.h"

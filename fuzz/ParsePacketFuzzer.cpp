@@ -15,7 +15,7 @@
 #include "KrdFileLib/Exceptions.h"
 #include "KrdFileLib/Index/ChannelGroupTable.h"
 #include "KrdFileLib/Index/IndexConnection.h"
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/Packets/PacketBase.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
 

@@ -22,7 +22,7 @@
 #include "KrdFileLib/DataTypeRegistry.h"
 #include "KrdFileLib/Exceptions.h"
 #include "KrdFileLib/FileLibrarySettings.h"
-#include "KrdFileLib/KrfModes.h"
+#include "KrdFileLib/File/KrfModes.h"
 #include "KrdFileLib/Recovery/PairRecovery.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/MemoryVfs.h"

@@ -10,7 +10,7 @@
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/DataTable.h"
 #include "KrdFileLib/Index/IndexSchema.h"
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 namespace Varnholt::KrdFiles::Index {
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 namespace Varnholt::KrdFiles::Index {
 

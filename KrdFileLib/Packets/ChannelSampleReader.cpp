@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/DataPacket.h"

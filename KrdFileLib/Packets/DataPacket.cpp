@@ -4,7 +4,7 @@
 #include <array>
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
 

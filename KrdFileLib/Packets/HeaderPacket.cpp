@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
 #include "KrdFileLib/Packets/String8.h"
 

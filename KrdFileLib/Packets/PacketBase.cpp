@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 
 namespace Varnholt::KrdFiles::Packets {
 

@@ -13,7 +13,7 @@
 #include "KrdFileLib/Index/PhysicalChannelAttrTable.h"
 #include "KrdFileLib/Index/PhysicalChannelTable.h"
 #include "KrdFileLib/Index/PostProcessTable.h"
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 namespace Varnholt::KrdFiles::Recovery {
 

@@ -4,7 +4,7 @@
 
 #include "KrdFileLib/DataTypeRegistry.h"
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/DataPacket.h"
 #include "KrdFileLib/Packets/ParsePacket.h"

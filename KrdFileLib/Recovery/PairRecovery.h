@@ -104,7 +104,7 @@ struct VerifyReport {
 // and with code 36 when a data block's group has a data type that is not
 // registered (Initialize), since its frames cannot be checked then; paths
 // that the open of a pair refuses are refused alike (code 36,
-// KrdFileLib/PairPaths.h). Opens both files for reading only and changes
+// KrdFileLib/DataFile/PairPaths.h). Opens both files for reading only and changes
 // neither; SQLite may leave the index's empty -wal and -shm companions
 // beside it.
 VerifyReport Verify(const std::string& krd_path, const std::string& krq_path,

@@ -5,9 +5,9 @@
 
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/IndexConnection.h"
-#include "KrdFileLib/KrdInstance.h"
-#include "KrdFileLib/PairPaths.h"
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
+#include "KrdFileLib/DataFile/PairPaths.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 #include "KrdFileLib/Recovery/IndexRestore.h"
 #include "KrdFileLib/Recovery/PacketCheck.h"
 #include "KrdFileLib/Recovery/PacketWalk.h"

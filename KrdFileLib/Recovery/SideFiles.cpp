@@ -11,8 +11,8 @@
 #endif
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/KrdInstance.h"
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 namespace Varnholt::KrdFiles::Recovery {
 

@@ -2,8 +2,8 @@
 // read.
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/KrdInstance.h"
-#include "KrdFileLib/PairPaths.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
+#include "KrdFileLib/DataFile/PairPaths.h"
 #include "KrdFileLib/Recovery/PairComparison.h"
 #include "KrdFileLib/Recovery/PairRecovery.h"
 

@@ -10,7 +10,7 @@
 
 #include "KrdFileLib/DataTypeRegistry.h"
 #include "KrdFileLib/Index/IndexConnection.h"
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
 #include "tests/Index/IndexTestSupport.h"

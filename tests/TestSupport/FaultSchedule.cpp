@@ -3,7 +3,7 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "KrdFileLib/FileFaultProbe.h"
+#include "KrdFileLib/DataFile/FileFaultProbe.h"
 #include "tests/TestSupport/FaultVfs.h"
 
 namespace Varnholt::Testing {

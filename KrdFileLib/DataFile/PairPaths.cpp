@@ -1,9 +1,9 @@
-#include "KrdFileLib/PairPaths.h"
+#include "KrdFileLib/DataFile/PairPaths.h"
 
 #include <string_view>
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 namespace Varnholt::KrdFiles {
 

@@ -11,10 +11,10 @@
 #include "CommonLib/NonCopyableClassBase.h"
 #include "CommonLib/PolymorphicBasedClassBase.h"
 #include "KrdFileLib/AttributeId.h"
-#include "KrdFileLib/EntityIds.h"
+#include "KrdFileLib/File/EntityIds.h"
 #include "KrdFileLib/FileLibrarySettings.h"
 #include "KrdFileLib/Index/IndexConnection.h"
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 
 namespace Varnholt::KrdFiles {
 

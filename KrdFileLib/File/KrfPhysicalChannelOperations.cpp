@@ -3,7 +3,7 @@
 // channels and event sources that name it are left as they are.
 
 #include "KrdFileLib/Index/PhysicalChannelTable.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLib/Packets/DevicePacket.h"
 #include "KrdFileLib/Packets/PhysicalChannelAttributePacket.h"
 #include "KrdFileLib/Packets/PhysicalChannelPacket.h"

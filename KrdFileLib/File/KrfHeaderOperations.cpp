@@ -4,7 +4,7 @@
 
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/FileInformationTable.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLib/Packets/AnnotationPacket.h"
 #include "KrdFileLib/Packets/HeaderPacket.h"
 #include "KrdFileLib/Packets/StartPacket.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 
 namespace Varnholt::KrdFiles {
 

@@ -4,7 +4,7 @@
 
 #include "KrdFileLib/Index/EventSourceTable.h"
 #include "KrdFileLib/Index/EventTable.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLib/Packets/EventPacket.h"
 #include "KrdFileLib/Packets/EventSourcePacket.h"
 #include "KrdFileLib/Packets/PhysicalChannelPacket.h"

@@ -4,7 +4,7 @@
 // the chain is its index, which later changes reach in the index only.
 
 #include "KrdFileLib/Index/PostProcessTable.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/PostProcessPacket.h"
 #include "KrdFileLib/Packets/String8.h"

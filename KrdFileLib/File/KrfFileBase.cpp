@@ -1,4 +1,4 @@
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 
 #include <exception>
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "CommonLib/NonCopyableClassBase.h"
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 namespace Varnholt::KrdFiles {
 

@@ -1,10 +1,10 @@
-#include "KrdFileLib/KrfModes.h"
+#include "KrdFileLib/File/KrfModes.h"
 
 #include <functional>
 
 #include "KrdFileLib/Errors.h"
-#include "KrdFileLib/PairPaths.h"
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PairPaths.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 #include "KrdFileLib/Packets/PacketBase.h"
 #include "KrdFileLib/Packets/ParsePacket.h"
 

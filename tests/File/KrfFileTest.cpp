@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "KrdFileLib/Exceptions.h"
-#include "KrdFileLib/KrfModes.h"
+#include "KrdFileLib/File/KrfModes.h"
 #include "tests/TestSupport/Outcomes.h"
 #include "tests/TestSupport/TempDir.h"
 

@@ -3,7 +3,7 @@
 
 #include "KrdFileLib/Index/ChannelTable.h"
 #include "KrdFileLib/Index/PostProcessTable.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/PhysicalChannelPacket.h"

@@ -3,7 +3,7 @@
 // and one sample data type.
 
 #include "KrdFileLib/Index/ChannelGroupTable.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 
 namespace Varnholt::KrdFiles {

@@ -1,4 +1,4 @@
-#include "KrdFileLib/KrdInstance.h"
+#include "KrdFileLib/DataFile/KrdInstance.h"
 
 #include <algorithm>
 

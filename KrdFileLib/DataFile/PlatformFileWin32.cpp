@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 namespace Varnholt::KrdFiles {
 

@@ -1,4 +1,4 @@
-#include "KrdFileLib/EntityIds.h"
+#include "KrdFileLib/File/EntityIds.h"
 
 #include <algorithm>
 #include <span>

@@ -1,13 +1,13 @@
 // What the data file's calls share on every system: the fault probe that
 // tests install sits here, in front of the system's own writes.
 
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 
-#include "KrdFileLib/FileFaultProbe.h"
+#include "KrdFileLib/DataFile/FileFaultProbe.h"
 
 namespace Varnholt::KrdFiles {
 

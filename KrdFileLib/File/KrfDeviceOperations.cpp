@@ -4,7 +4,7 @@
 // the data file, and so do its physical channels.
 
 #include "KrdFileLib/Index/DeviceTable.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLib/Packets/DeviceAttributePacket.h"
 #include "KrdFileLib/Packets/DevicePacket.h"
 

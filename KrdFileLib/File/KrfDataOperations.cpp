@@ -4,7 +4,7 @@
 // more.
 
 #include "KrdFileLib/Index/DataTable.h"
-#include "KrdFileLib/KrfFileBase.h"
+#include "KrdFileLib/File/KrfFileBase.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/DataPacket.h"

@@ -12,7 +12,7 @@
 #include <cerrno>
 #include <vector>
 
-#include "KrdFileLib/PlatformFile.h"
+#include "KrdFileLib/DataFile/PlatformFile.h"
 
 namespace Varnholt::KrdFiles {
 
