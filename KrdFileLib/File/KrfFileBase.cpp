@@ -30,10 +30,7 @@ KrfFileBase::OperationScope::OperationScope(KrfFileBase& file)
       lock_(file.mutex_),
       exceptions_at_start_(std::uncaught_exceptions()),
       outermost_(file.index_.BeginOperation()) {
-  if (outermost_) {
-    file_.operation_append_start_.reset();
-    file_.entity_ids_at_operation_start_ = file_.entity_ids_.Save();
-  }
+  if (outermost_) file_.entity_ids_at_operation_start_ = file_.entity_ids_.Save();
 }
 
 KrfFileBase::OperationScope::~OperationScope() {
@@ -43,19 +40,7 @@ KrfFileBase::OperationScope::~OperationScope() {
 }
 
 void KrfFileBase::EndOperation(bool succeeded) noexcept {
-  if (succeeded) return;
-  entity_ids_.Restore(entity_ids_at_operation_start_);
-  if (!operation_append_start_) return;
-  try {
-    data_file_.TruncateTo(*operation_append_start_);
-  } catch (...) {
-    // The packet stays behind as one the index does not know of, which is
-    // what a crash at this point would leave; repair reports it.
-  }
-}
-
-void KrfFileBase::NoteAppendAt(uint64_t offset) {
-  if (index_.InOperation() && !operation_append_start_) operation_append_start_ = offset;
+  if (!succeeded) entity_ids_.Restore(entity_ids_at_operation_start_);
 }
 
 void KrfFileBase::Reindex() { throw Errors::OnlyAllowedInReindexMode(); }

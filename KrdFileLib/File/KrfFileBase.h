@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -233,9 +232,11 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
                           uint16_t type, bool is_default, bool is_disabled, const Bytes& data,
                           const std::string& label, bool is_unit_change, const std::string& unit);
 
-  // Holds the file for one operation: its mutex, and the index's and data
-  // file's marks to go back to if the operation fails. Operations nest (a
-  // read inside a modification); the outermost one decides.
+  // Holds the file for one operation: its mutex, and the index's and the
+  // entity IDs' marks to go back to if the operation fails. Operations nest
+  // (a read inside a modification); the outermost one decides. The data
+  // file needs no mark: a packet is the last thing an operation writes, and
+  // an append that fails cuts its own torn bytes back off (KrdInstance).
   class OperationScope {
    public:
     explicit OperationScope(KrfFileBase& file);
@@ -250,9 +251,6 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
     const bool outermost_;
   };
   [[nodiscard]] OperationScope LockFile() { return OperationScope(*this); }
-  // Remembers where the running operation's first packet went, so that a
-  // failure can cut it back off.
-  void NoteAppendAt(uint64_t offset);
   // The last steps of creating an entity whose checks have passed: the
   // packet takes the data file's end as its offset, its row goes into the
   // index (which assigns the entity's ID), and a recorder appends it.
@@ -274,7 +272,6 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   void EndOperation(bool succeeded) noexcept;
 
   std::recursive_mutex mutex_;
-  std::optional<uint64_t> operation_append_start_;
   EntityIds::State entity_ids_at_operation_start_;
 };
 

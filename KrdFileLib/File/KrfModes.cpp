@@ -62,7 +62,6 @@ void KrfRecorder::Open() {
 }
 
 void KrfRecorder::CommitPacket(Packets::PacketBase& packet) {
-  NoteAppendAt(packet.FileOffset());
   data_file_.WritePacket(packet);
 }
 

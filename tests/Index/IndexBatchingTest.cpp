@@ -1,8 +1,11 @@
 // How counted statements are grouped into transactions.
 
+#include <sqlite3.h>
+
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Index/DataTable.h"
 #include "tests/Index/IndexTestSupport.h"
+#include "tests/TestSupport/FaultSchedule.h"
 
 namespace Varnholt::KrdFiles::Index {
 namespace {
@@ -163,6 +166,44 @@ TEST_F(IndexBatchingTest, TheHookBeforeACommitHoldsTheCommitBackWhenItFails) {
   connection_.Close();
   EXPECT_EQ(syncs, 4);
   EXPECT_EQ(RowCount(*OpenReader(), "data"), 3);
+}
+
+// A batch that SQLite threw away after a failed write is run again before
+// the next statement. While the disk stays full that replay fails too (the
+// batch no longer fits the page cache, so running it writes), and each later
+// statement tries it again; once there is room the whole batch goes in.
+class IndexLostBatchTest : public IndexBatchingTest {
+ protected:
+  void SetUp() override {
+    Testing::FaultSchedule::Process();  // the fault VFS, before the index opens
+    IndexBatchingTest::SetUp();
+  }
+  void TearDown() override {
+    Testing::FaultSchedule::Process().Disarm();
+    IndexBatchingTest::TearDown();
+  }
+};
+
+TEST_F(IndexLostBatchTest, AReplayThatFailsIsTriedAgainUntilTheBatchGoesIn) {
+  SetCommitLimits(100000, 3600000);
+  connection_.ExecuteNonQuery(SqlCommand("PRAGMA cache_size=2"));
+  InsertBlocks(3000);
+  Testing::FaultPlan full;
+  full.kind = Testing::FaultPlan::Kind::kDiskFull;
+  full.first = 1;
+  full.span = Testing::FaultPlan::kForever;
+  full.index_error = SQLITE_IOERR_WRITE;
+  full.index_only = true;
+  Testing::FaultSchedule::Process().Arm(full);
+  EXPECT_EQ(Failure([&] { connection_.RequestCommit(); }).first, 41);
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    EXPECT_EQ(Failure([&] { InsertBlock(3000); }).first, 41) << "attempt " << attempt;
+  }
+  Testing::FaultSchedule::Process().Disarm();
+  InsertBlock(3000);
+  InsertBlock(3001);  // and only once
+  connection_.Close();
+  EXPECT_EQ(RowCount(*OpenReader(), "data"), 3002);
 }
 
 // Rebuilding an index switches synchronous writes off with one counted
