@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <ostream>
@@ -40,6 +41,7 @@ struct Expected {
   std::vector<std::string> actions;
   // The number the torn tail's side file gets when its name is taken.
   std::string side_file_number;
+  std::string described;  // part of what Verify's report says
 
   Expected& Torn(uint64_t at) { return torn_at = at, *this; }
   Expected& Damage(uint64_t at, std::string reason) {
@@ -54,6 +56,7 @@ struct Expected {
   Expected& GuidMismatch() { return guid_mismatch = true, *this; }
   Expected& Unusable(std::string reason) { return unusable = std::move(reason), *this; }
   Expected& Actions(std::vector<std::string> words) { return actions = std::move(words), *this; }
+  Expected& Says(std::string part) { return described = std::move(part), *this; }
   Expected& SideFileNumber(std::string number) {
     return side_file_number = std::move(number), *this;
   }
@@ -231,11 +234,15 @@ const DamageCase kDamageCases[] = {
                 " WHERE offset = " + std::to_string(pair.Nth(Kind::kEvent, 0).offset));
        return Expected().BadRows({{"event", static_cast<int64_t>(block)}}).Actions({"rebuilt"});
      }},
-    {"RowPastTheEnd",
+    {"RowAtTheEnd",  // the first offset past the last packet
      [](const Pair& pair) {
-       pair.Sql("UPDATE event SET offset = 99999 WHERE offset = " +
-                std::to_string(pair.Nth(Kind::kEvent, 0).offset));
-       return Expected().BadRows({{"event", 99999}}).Actions({"rebuilt"});
+       const auto end = static_cast<int64_t>(std::filesystem::file_size(pair.krd));
+       pair.Sql("UPDATE event SET offset = " + std::to_string(end) +
+                " WHERE offset = " + std::to_string(pair.Nth(Kind::kEvent, 0).offset));
+       return Expected()
+           .BadRows({{"event", end}})
+           .Says("points past the end of the data file")
+           .Actions({"rebuilt"});
      }},
     {"GroupRowWithoutItsPacket",
      [](const Pair& pair) {
@@ -322,6 +329,7 @@ void ExpectFindings(const VerifyReport& found, const Expected& want, uint64_t si
   EXPECT_THAT(found.index_unusable.value_or(""), HasSubstr(want.unusable));
   EXPECT_EQ(found.index_unusable.has_value(), !want.unusable.empty());
   const std::string described = found.Describe();
+  EXPECT_THAT(described, HasSubstr(want.described));
   const uint64_t lines = std::count(described.begin(), described.end(), '\n');
   const uint64_t findings = want.torn_at.has_value() + want.damage_at.has_value() +
                             want.unindexed.size() + want.bad_rows.size() + want.guid_mismatch +
