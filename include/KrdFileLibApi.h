@@ -6,8 +6,8 @@
  * Results. Every function except DisposeHostHandle returns an int32_t code:
  * KRD_OK (0) for success, otherwise one of the error codes named in enum
  * KrdResult below; the functions return int32_t, not the enum, because the
- * size of an enum differs between compilers. The text of the most recent failure
- * on a file handle is kept with that handle and read with
+ * size of an enum differs between compilers. The text of the most recent
+ * failure on a file handle is kept with that handle and read with
  * GetMostRecentErrorMessage; Open has no handle to keep it with, so
  * DebugOpen returns it instead. No failure ends the process.
  *
