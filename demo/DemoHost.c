@@ -45,7 +45,7 @@ void PrintAndDispose(const char* name, KrdStringHandle text) {
 
 /* Ends the demo when a call failed, with the library's text for it. */
 void Check(int32_t code, KrdFileHandle file, const char* call) {
-  if (code == 0) return;
+  if (code == KRD_OK) return;
   KrdStringHandle message = NULL;
   GetMostRecentErrorMessage(file, &message);
   fprintf(stderr, "%s failed with code %d: %.*s\n", call, code, (int)(*message)->cnt,
@@ -60,7 +60,7 @@ KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode) {
   KrdFileHandle file = 0;
   KrdStringHandle why = NULL;
   const int32_t code = DebugOpen(&krd_path, &krq_path, mode, &file, &why);
-  if (code != 0) {
+  if (code != KRD_OK) {
     fprintf(stderr, "Opening %s failed with code %d: %.*s\n", krd, code, (int)(*why)->cnt,
             (const char*)(*why)->str);
     exit(1);

@@ -177,7 +177,7 @@ int main(int argc, char** argv) {
   const int32_t code = CreateIndex(&krd_path, &rebuilt_path);
   free(krd_path);
   free(rebuilt_path);
-  if (code != 0) {
+  if (code != KRD_OK) {
     fprintf(stderr, "CreateIndex failed with code %d\n", code);
     return 1;
   }

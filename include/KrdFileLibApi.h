@@ -4,8 +4,10 @@
  * Conventions
  * -----------
  * Results. Every function except DisposeHostHandle returns an int32_t code:
- * 0 for success, otherwise an error code. The text of the most recent failure
- * on a file handle is kept with that handle and read with
+ * KRD_OK (0) for success, otherwise one of the error codes named in enum
+ * KrdResult below; the functions return int32_t, not the enum, because the
+ * size of an enum differs between compilers. The text of the most recent
+ * failure on a file handle is kept with that handle and read with
  * GetMostRecentErrorMessage; Open has no handle to keep it with, so
  * DebugOpen returns it instead. No failure ends the process.
  *
@@ -32,10 +34,10 @@
  * Ownership of returned handles. When the host's run-time exports
  * "AZNewHandle", returned handles come from it: it is looked up in the
  * module given to SetLVRTModule or, when none was given, among the process's
- * global symbols (Linux) or in its main program (Windows). Otherwise the library allocates them itself. Either way,
- * DisposeHostHandle frees a returned handle with the allocator that made
- * it; a host whose run-time owns its handles may also free them through
- * that run-time.
+ * global symbols (Linux) or in its main program (Windows). Otherwise the
+ * library allocates them itself. Either way, DisposeHostHandle frees a
+ * returned handle with the allocator that made it; a host whose run-time
+ * owns its handles may also free them through that run-time.
  *
  * Threads. Every function may be called from any thread. Calls on the same
  * file handle are serialised by the library. Each open index batches its
@@ -74,6 +76,89 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* ---- Result codes ------------------------------------------------------
+ * The values are fixed. The numbers missing from the list (6, 10, 13, 15,
+ * 18, 20, 22, 24, 26, 28 and 35) are never returned; a host treats any code
+ * it does not know like any other failure. */
+enum KrdResult {
+  /* The call succeeded. */
+  KRD_OK = 0,
+  /* The KRD file to open does not exist. */
+  KRD_DATA_FILE_MISSING = 1,
+  /* The KRD file to create exists already. */
+  KRD_DATA_FILE_EXISTS = 2,
+  /* The KRD file lacks a valid header, holds a bad packet, or its GUID is not the KRQ file's. */
+  KRD_DATA_FILE_MALFORMED = 3,
+  /* The KRQ file to open does not exist, or its log cannot be read on read-only media. */
+  KRD_INDEX_FILE_MISSING = 4,
+  /* The KRQ file could not be created, or exists already. */
+  KRD_INDEX_FILE_NOT_CREATED = 5,
+  /* File handle 0, never issued, or closed. */
+  KRD_INVALID_FILE_HANDLE = 7,
+  /* No device with that ID. */
+  KRD_DEVICE_NOT_FOUND = 8,
+  /* The new device's parent does not exist. */
+  KRD_PARENT_DEVICE_NOT_FOUND = 9,
+  /* The device has no attribute of that key and index. */
+  KRD_DEVICE_ATTRIBUTE_NOT_FOUND = 11,
+  /* The device has an attribute of that key and index already. */
+  KRD_DEVICE_ATTRIBUTE_EXISTS = 12,
+  /* No physical channel with that ID. */
+  KRD_PHYSICAL_CHANNEL_NOT_FOUND = 14,
+  /* The physical channel has no attribute of that key and index. */
+  KRD_PHYSICAL_CHANNEL_ATTRIBUTE_NOT_FOUND = 16,
+  /* The physical channel has an attribute of that key and index already. */
+  KRD_PHYSICAL_CHANNEL_ATTRIBUTE_EXISTS = 17,
+  /* No channel group with that ID. */
+  KRD_CHANNEL_GROUP_NOT_FOUND = 19,
+  /* No channel with that ID. */
+  KRD_CHANNEL_NOT_FOUND = 21,
+  /* No event source with that ID. */
+  KRD_EVENT_SOURCE_NOT_FOUND = 23,
+  /* No event with that ID. */
+  KRD_EVENT_NOT_FOUND = 25,
+  /* No post-process step with that ID. */
+  KRD_POST_PROCESS_NOT_FOUND = 27,
+  /* A change to a file opened for reading. */
+  KRD_NOT_ALLOWED_IN_READ_MODE = 29,
+  /* An operation edit mode refuses, such as recording data. */
+  KRD_NOT_ALLOWED_IN_EDIT_MODE = 30,
+  /* Deleting a device that still has child devices. */
+  KRD_DEVICE_HAS_CHILDREN = 31,
+  /* The device has a physical channel of that number already. */
+  KRD_PHYSICAL_CHANNEL_EXISTS = 32,
+  /* Deleting a channel group that still has channels. */
+  KRD_CHANNEL_GROUP_HAS_CHANNELS = 33,
+  /* The recording has a root device already. */
+  KRD_ROOT_DEVICE_EXISTS = 34,
+  /* Anything else: bad host input, a refused path or second writer, an unexpected failure. */
+  KRD_UNCLASSIFIED_ERROR = 36,
+  /* The KRD file is not open. */
+  KRD_DATA_FILE_NOT_OPEN = 37,
+  /* The KRQ file is not open. */
+  KRD_INDEX_FILE_NOT_OPEN = 38,
+  /* The header has been recorded already. */
+  KRD_HEADER_EXISTS = 39,
+  /* The header has not been recorded. */
+  KRD_HEADER_MISSING = 40,
+  /* An SQLite call on the KRQ file failed, or an expected row or key is missing. */
+  KRD_INDEX_ERROR = 41,
+  /* Not valid in the file's state (reindexing, a packet the index lacks), or a read of length 0. */
+  KRD_OPERATION_NOT_VALID = 42,
+  /* The interleave index is not below the group's channel count. */
+  KRD_INTERLEAVE_INDEX_TOO_LARGE = 43,
+  /* The start has been recorded already. */
+  KRD_START_EXISTS = 44,
+  /* The start has not been recorded. */
+  KRD_START_MISSING = 45,
+  /* The annotation has been recorded already. */
+  KRD_ANNOTATION_EXISTS = 46,
+  /* A data block that is empty or not a whole number of frames. */
+  KRD_DATA_BLOCK_NOT_WHOLE_FRAMES = 47,
+  /* The channel has a post-process step at that index already. */
+  KRD_POST_PROCESS_INDEX_TAKEN = 48
+};
 
 /* ---- Host types -------------------------------------------------------- */
 

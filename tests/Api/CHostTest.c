@@ -114,20 +114,20 @@ static void RecordHeader(KrdFileHandle file) {
   KrdU8ArrayHandle bytes = NULL;
   uint32_t time_base = 0;
   uint16_t type = 0;
-  CHECK(CreateHeader(file, 100, 2, &label) == 0);
-  CHECK(CreateStart(file, 4, &start) == 0);
-  CHECK(CreateAnnotation(file, &note) == 0);
-  CHECK(SetTimeBase(file, 200) == 0);
-  CHECK(GetTimeBase(file, &time_base) == 0 && time_base == 200);
-  CHECK(SetFileLabel(file, &label) == 0);
-  CHECK(GetFileLabel(file, &text) == 0 && Take(text, "From C"));
-  CHECK(SetStart(file, 5, &start) == 0);
-  CHECK(GetStartDataType(file, &type) == 0 && type == 5);
-  CHECK(GetRTStart(file, &bytes) == 0 && Take(bytes, "\x07\xEA"));
-  CHECK(SetAnnotation(file, &note) == 0);
-  CHECK(GetAnnotation(file, &text) == 0 && Take(text, "note"));
-  CHECK(Terminate() == 0);
-  CHECK(GetFileLabel(file, &text) == 0 && Take(text, "From C")); /* still works */
+  CHECK(CreateHeader(file, 100, 2, &label) == KRD_OK);
+  CHECK(CreateStart(file, 4, &start) == KRD_OK);
+  CHECK(CreateAnnotation(file, &note) == KRD_OK);
+  CHECK(SetTimeBase(file, 200) == KRD_OK);
+  CHECK(GetTimeBase(file, &time_base) == KRD_OK && time_base == 200);
+  CHECK(SetFileLabel(file, &label) == KRD_OK);
+  CHECK(GetFileLabel(file, &text) == KRD_OK && Take(text, "From C"));
+  CHECK(SetStart(file, 5, &start) == KRD_OK);
+  CHECK(GetStartDataType(file, &type) == KRD_OK && type == 5);
+  CHECK(GetRTStart(file, &bytes) == KRD_OK && Take(bytes, "\x07\xEA"));
+  CHECK(SetAnnotation(file, &note) == KRD_OK);
+  CHECK(GetAnnotation(file, &text) == KRD_OK && Take(text, "note"));
+  CHECK(Terminate() == KRD_OK);
+  CHECK(GetFileLabel(file, &text) == KRD_OK && Take(text, "From C")); /* still works */
   free(label);
   free(note);
   free(start);
@@ -142,26 +142,26 @@ static void DescribeDevices(KrdFileHandle file) {
   KrdU16ArrayHandle ids = NULL;
   KrdU16Array2DHandle attributes = NULL;
   uint16_t root = 99, child = 0, channel = 0, number = 0;
-  CHECK(CreateDevice(file, 65535, &label, &root) == 0 && root == 0);
-  CHECK(CreateDevice(file, root, &label, &child) == 0 && child == 1);
-  CHECK(DeviceChildrenList(file, root, &ids) == 0 && TakeIds(ids, 1, 1));
-  CHECK(SetDeviceLabel(file, child, &label) == 0);
-  CHECK(GetDeviceLabel(file, child, &text) == 0 && Take(text, "rig"));
-  CHECK(CreateDeviceAttribute(file, child, 3, 4, &value) == 0);
-  CHECK(SetDeviceAttribute(file, child, 3, 4, &value) == 0);
-  CHECK(GetDeviceAttribute(file, child, 3, 4, &bytes) == 0 && Take(bytes, "v"));
-  CHECK(DeviceAttributeList(file, child, &attributes) == 0 &&
+  CHECK(CreateDevice(file, 65535, &label, &root) == KRD_OK && root == 0);
+  CHECK(CreateDevice(file, root, &label, &child) == KRD_OK && child == 1);
+  CHECK(DeviceChildrenList(file, root, &ids) == KRD_OK && TakeIds(ids, 1, 1));
+  CHECK(SetDeviceLabel(file, child, &label) == KRD_OK);
+  CHECK(GetDeviceLabel(file, child, &text) == KRD_OK && Take(text, "rig"));
+  CHECK(CreateDeviceAttribute(file, child, 3, 4, &value) == KRD_OK);
+  CHECK(SetDeviceAttribute(file, child, 3, 4, &value) == KRD_OK);
+  CHECK(GetDeviceAttribute(file, child, 3, 4, &bytes) == KRD_OK && Take(bytes, "v"));
+  CHECK(DeviceAttributeList(file, child, &attributes) == KRD_OK &&
         TakeOneAttribute(attributes, 3, 4));
 
-  CHECK(CreatePhysicalChannel(file, child, 7, &label, &channel) == 0 && channel == 1);
-  CHECK(PhysicalChannelList(file, child, &ids) == 0 && TakeIds(ids, 1, 1));
-  CHECK(SetPhysicalChannelLabel(file, channel, &label) == 0);
-  CHECK(GetPhysicalChannelLabel(file, channel, &text) == 0 && Take(text, "rig"));
-  CHECK(GetPhysicalChannelNbr(file, channel, &number) == 0 && number == 7);
-  CHECK(CreatePhysicalChannelAttribute(file, channel, 5, 6, &value) == 0);
-  CHECK(SetPhysicalChannelAttribute(file, channel, 5, 6, &value) == 0);
-  CHECK(GetPhysicalChannelAttribute(file, channel, 5, 6, &bytes) == 0 && Take(bytes, "v"));
-  CHECK(PhysicalChannelAttributeList(file, channel, &attributes) == 0 &&
+  CHECK(CreatePhysicalChannel(file, child, 7, &label, &channel) == KRD_OK && channel == 1);
+  CHECK(PhysicalChannelList(file, child, &ids) == KRD_OK && TakeIds(ids, 1, 1));
+  CHECK(SetPhysicalChannelLabel(file, channel, &label) == KRD_OK);
+  CHECK(GetPhysicalChannelLabel(file, channel, &text) == KRD_OK && Take(text, "rig"));
+  CHECK(GetPhysicalChannelNbr(file, channel, &number) == KRD_OK && number == 7);
+  CHECK(CreatePhysicalChannelAttribute(file, channel, 5, 6, &value) == KRD_OK);
+  CHECK(SetPhysicalChannelAttribute(file, channel, 5, 6, &value) == KRD_OK);
+  CHECK(GetPhysicalChannelAttribute(file, channel, 5, 6, &bytes) == KRD_OK && Take(bytes, "v"));
+  CHECK(PhysicalChannelAttributeList(file, channel, &attributes) == KRD_OK &&
         TakeOneAttribute(attributes, 5, 6));
   free(label);
   free(value);
@@ -175,19 +175,19 @@ static void DescribeChannels(KrdFileHandle file) {
   uint16_t group = 0, channel = 0, type = 0;
   uint32_t divisor = 0;
   uint8_t count = 0, place = 9;
-  CHECK(CreateChannelGroup(file, 10, 2, 1, &group) == 0 && group == 1);
-  CHECK(ChannelGroupList(file, &ids) == 0 && TakeIds(ids, 1, 1));
-  CHECK(SetChGroupTimeBaseDivisor(file, group, 20) == 0);
-  CHECK(GetChGroupTimeBaseDivisor(file, group, &divisor) == 0 && divisor == 20);
-  CHECK(GetChGroupChCount(file, group, &count) == 0 && count == 2);
-  CHECK(GetChGroupDataType(file, group, &type) == 0 && type == 1);
-  CHECK(CreateChannel(file, group, 1, 1, &label, &channel) == 0 && channel == 1);
-  CHECK(ChannelList(file, &ids) == 0 && TakeIds(ids, 1, 1));
-  CHECK(ChInGroupList(file, group, &ids) == 0 && TakeIds(ids, 1, 1));
-  CHECK(ChInPhysicalChannelList(file, 1, &ids) == 0 && TakeIds(ids, 1, 1));
-  CHECK(GetChInterleaveIndex(file, channel, &place) == 0 && place == 1);
-  CHECK(SetChLabel(file, channel, &label) == 0);
-  CHECK(GetChLabel(file, channel, &text) == 0 && Take(text, "ch"));
+  CHECK(CreateChannelGroup(file, 10, 2, 1, &group) == KRD_OK && group == 1);
+  CHECK(ChannelGroupList(file, &ids) == KRD_OK && TakeIds(ids, 1, 1));
+  CHECK(SetChGroupTimeBaseDivisor(file, group, 20) == KRD_OK);
+  CHECK(GetChGroupTimeBaseDivisor(file, group, &divisor) == KRD_OK && divisor == 20);
+  CHECK(GetChGroupChCount(file, group, &count) == KRD_OK && count == 2);
+  CHECK(GetChGroupDataType(file, group, &type) == KRD_OK && type == 1);
+  CHECK(CreateChannel(file, group, 1, 1, &label, &channel) == KRD_OK && channel == 1);
+  CHECK(ChannelList(file, &ids) == KRD_OK && TakeIds(ids, 1, 1));
+  CHECK(ChInGroupList(file, group, &ids) == KRD_OK && TakeIds(ids, 1, 1));
+  CHECK(ChInPhysicalChannelList(file, 1, &ids) == KRD_OK && TakeIds(ids, 1, 1));
+  CHECK(GetChInterleaveIndex(file, channel, &place) == KRD_OK && place == 1);
+  CHECK(SetChLabel(file, channel, &label) == KRD_OK);
+  CHECK(GetChLabel(file, channel, &text) == KRD_OK && Take(text, "ch"));
   free(label);
 }
 
@@ -204,26 +204,26 @@ static void RecordDataAndEvents(KrdFileHandle file) {
   int64_t time = 0;
   uint16_t source = 0, type = 0;
   uint32_t event = 0;
-  CHECK(RecordChannelGroupData(file, 1, 0, &first) == 0);
-  CHECK(RecordChannelGroupData(file, 1, 40, &second) == 0);
-  CHECK(GetMaxChGroupTime(file, 1, &time) == 0 && time == 40);
-  CHECK(GetChannelData(file, 1, 0, 100, &time, &bytes) == 0 && Take(bytes, "b1b2b3"));
+  CHECK(RecordChannelGroupData(file, 1, 0, &first) == KRD_OK);
+  CHECK(RecordChannelGroupData(file, 1, 40, &second) == KRD_OK);
+  CHECK(GetMaxChGroupTime(file, 1, &time) == KRD_OK && time == 40);
+  CHECK(GetChannelData(file, 1, 0, 100, &time, &bytes) == KRD_OK && Take(bytes, "b1b2b3"));
   CHECK(time == -1);
-  CHECK(GetChannelData(file, 1, 40, -21, &time, &bytes) == 0 && Take(bytes, "b2b3"));
+  CHECK(GetChannelData(file, 1, 40, -21, &time, &bytes) == KRD_OK && Take(bytes, "b2b3"));
   CHECK(time == 0);
-  CHECK(CreateEventSource(file, 1, 9, &label, &source) == 0 && source == 1);
-  CHECK(EventSourceList(file, &sources) == 0 && TakeIds(sources, 1, 1));
-  CHECK(EventSrcInPhysicalChList(file, 1, &sources) == 0 && TakeIds(sources, 1, 1));
-  CHECK(GetEventSrcDataType(file, source, &type) == 0 && type == 9);
-  CHECK(SetEventSrcLabel(file, source, &label) == 0);
-  CHECK(GetEventSrcLabel(file, source, &text) == 0 && Take(text, "alarm"));
-  CHECK(CreateEvent(file, source, 30, &second, &event) == 0 && event == 1);
-  CHECK(SetEventTime(file, event, 35) == 0);
-  CHECK(GetEventTime(file, event, &time) == 0 && time == 35);
-  CHECK(SetEventData(file, event, &first) == 0);
-  CHECK(GetEventData(file, event, &bytes) == 0 && Take(bytes, "a1b1a2b2"));
-  CHECK(GetMaxEventSrcTime(file, source, &time) == 0 && time == 35);
-  CHECK(EventList(file, source, 35, 35, &events) == 0 && events != NULL &&
+  CHECK(CreateEventSource(file, 1, 9, &label, &source) == KRD_OK && source == 1);
+  CHECK(EventSourceList(file, &sources) == KRD_OK && TakeIds(sources, 1, 1));
+  CHECK(EventSrcInPhysicalChList(file, 1, &sources) == KRD_OK && TakeIds(sources, 1, 1));
+  CHECK(GetEventSrcDataType(file, source, &type) == KRD_OK && type == 9);
+  CHECK(SetEventSrcLabel(file, source, &label) == KRD_OK);
+  CHECK(GetEventSrcLabel(file, source, &text) == KRD_OK && Take(text, "alarm"));
+  CHECK(CreateEvent(file, source, 30, &second, &event) == KRD_OK && event == 1);
+  CHECK(SetEventTime(file, event, 35) == KRD_OK);
+  CHECK(GetEventTime(file, event, &time) == KRD_OK && time == 35);
+  CHECK(SetEventData(file, event, &first) == KRD_OK);
+  CHECK(GetEventData(file, event, &bytes) == KRD_OK && Take(bytes, "a1b1a2b2"));
+  CHECK(GetMaxEventSrcTime(file, source, &time) == KRD_OK && time == 35);
+  CHECK(EventList(file, source, 35, 35, &events) == KRD_OK && events != NULL &&
         (*events)->dimSize == 1 && (*events)->elt[0] == event);
   DisposeHostHandle(events);
   free(first);
@@ -243,22 +243,23 @@ static void ChainSteps(KrdFileHandle file) {
   uint16_t type = 0;
   uint8_t index = 9;
   KrdBool flag = 9;
-  CHECK(CreatePostProcess(file, 1, 0, 4, 1, 0, &data, &label, 1, &unit, &first) == 0);
-  CHECK(InsertPostProcess(file, 1, 0, 5, 0, 0, &data, &label, 0, &unit, &second) == 0);
-  CHECK(GetPostProcessIndex(file, first, &index) == 0 && index == 1);
-  CHECK(SetPostProcessIndex(file, second, 3) == 0);
-  CHECK(PostProcessList(file, 1, &steps) == 0 && steps != NULL && (*steps)->dimSize == 2);
+  CHECK(CreatePostProcess(file, 1, 0, 4, 1, 0, &data, &label, 1, &unit, &first) == KRD_OK);
+  CHECK(InsertPostProcess(file, 1, 0, 5, 0, 0, &data, &label, 0, &unit, &second) == KRD_OK);
+  CHECK(GetPostProcessIndex(file, first, &index) == KRD_OK && index == 1);
+  CHECK(SetPostProcessIndex(file, second, 3) == KRD_OK);
+  CHECK(PostProcessList(file, 1, &steps) == KRD_OK && steps != NULL && (*steps)->dimSize == 2);
   DisposeHostHandle(steps);
-  CHECK(SetPostProcess(file, first, 6, &data) == 0);
-  CHECK(GetPostProcess(file, first, &type, &bytes) == 0 && type == 6 && Take(bytes, "k=2"));
-  CHECK(SetPostProcessDisable(file, first, 1) == 0);
-  CHECK(GetPostProcessDisable(file, first, &flag) == 0 && flag == 1);
-  CHECK(GetPostProcessDefault(file, first, &flag) == 0 && flag == 1);
-  CHECK(SetPostProcessUnit(file, first, 0, &data) == 0);
-  CHECK(GetPostProcessUnit(file, first, &flag, &bytes) == 0 && flag == 0 && Take(bytes, "k=2"));
-  CHECK(SetPostProcessLabel(file, first, &label) == 0);
-  CHECK(GetPostProcessLabel(file, first, &text) == 0 && Take(text, "gain"));
-  CHECK(DeletePostProcess(file, second) == 0);
+  CHECK(SetPostProcess(file, first, 6, &data) == KRD_OK);
+  CHECK(GetPostProcess(file, first, &type, &bytes) == KRD_OK && type == 6 && Take(bytes, "k=2"));
+  CHECK(SetPostProcessDisable(file, first, 1) == KRD_OK);
+  CHECK(GetPostProcessDisable(file, first, &flag) == KRD_OK && flag == 1);
+  CHECK(GetPostProcessDefault(file, first, &flag) == KRD_OK && flag == 1);
+  CHECK(SetPostProcessUnit(file, first, 0, &data) == KRD_OK);
+  CHECK(GetPostProcessUnit(file, first, &flag, &bytes) == KRD_OK && flag == 0 &&
+        Take(bytes, "k=2"));
+  CHECK(SetPostProcessLabel(file, first, &label) == KRD_OK);
+  CHECK(GetPostProcessLabel(file, first, &text) == KRD_OK && Take(text, "gain"));
+  CHECK(DeletePostProcess(file, second) == KRD_OK);
   free(data);
   free(label);
   free(unit);
@@ -267,17 +268,17 @@ static void ChainSteps(KrdFileHandle file) {
 /* Everything deleted again, innermost first. */
 static void DeleteAll(KrdFileHandle file) {
   KrdU16ArrayHandle ids = NULL;
-  CHECK(DeleteEvent(file, 1) == 0);
-  CHECK(DeleteEventSource(file, 1) == 0);
-  CHECK(DeleteChannel(file, 1) == 0);
-  CHECK(DeleteChannelGroup(file, 1) == 0);
-  CHECK(DeletePhysicalChannelAttribute(file, 1, 5, 6) == 0);
-  CHECK(DeletePhysicalChannel(file, 1) == 0);
-  CHECK(DeleteDeviceAttribute(file, 1, 3, 4) == 0);
-  CHECK(DeleteDevice(file, 1) == 0);
-  CHECK(DeleteDevice(file, 0) == 0);
-  CHECK(ChannelGroupList(file, &ids) == 0 && TakeIds(ids, 0));
-  CHECK(DeviceChildrenList(file, 0, &ids) == 8 && TakeIds(ids, 0));
+  CHECK(DeleteEvent(file, 1) == KRD_OK);
+  CHECK(DeleteEventSource(file, 1) == KRD_OK);
+  CHECK(DeleteChannel(file, 1) == KRD_OK);
+  CHECK(DeleteChannelGroup(file, 1) == KRD_OK);
+  CHECK(DeletePhysicalChannelAttribute(file, 1, 5, 6) == KRD_OK);
+  CHECK(DeletePhysicalChannel(file, 1) == KRD_OK);
+  CHECK(DeleteDeviceAttribute(file, 1, 3, 4) == KRD_OK);
+  CHECK(DeleteDevice(file, 1) == KRD_OK);
+  CHECK(DeleteDevice(file, 0) == KRD_OK);
+  CHECK(ChannelGroupList(file, &ids) == KRD_OK && TakeIds(ids, 0));
+  CHECK(DeviceChildrenList(file, 0, &ids) == KRD_DEVICE_NOT_FOUND && TakeIds(ids, 0));
 }
 
 int main(void) {
@@ -290,7 +291,7 @@ int main(void) {
   KrdString* krd_path = NewString(krd);
   KrdString* krq_path = NewString(krq);
 
-  CHECK(SetLVRTModule(NULL) == 0);
+  CHECK(SetLVRTModule(NULL) == KRD_OK);
   /* One data type: ID 1, 2-byte samples. */
   KrdU16Array2D* data_types = malloc(sizeof(KrdU16Array2D) + 2 * sizeof(uint16_t));
   data_types->dimSizes[0] = 1;
@@ -298,27 +299,27 @@ int main(void) {
   data_types->elt[0] = 1;
   data_types->elt[1] = 2;
   KrdLibrarySettings settings = {4096, &data_types, 100, 1000};
-  CHECK(Initialize(&settings) == 0);
+  CHECK(Initialize(&settings) == KRD_OK);
   free(data_types);
 
   KrdFileHandle file = 0;
   KrdStringHandle text = NULL;
-  CHECK(DebugOpen(&krd_path, &krq_path, 1, &file, &text) == 0);
+  CHECK(DebugOpen(&krd_path, &krq_path, 1, &file, &text) == KRD_OK);
   CHECK(file != 0 && Take(text, ""));
   RecordHeader(file);
   DescribeDevices(file);
   DescribeChannels(file);
   RecordDataAndEvents(file);
   ChainSteps(file);
-  CHECK(Close(file) == 0);
-  CHECK(Open(&krd_path, &krq_path, 2, &file) == 0);
+  CHECK(Close(file) == KRD_OK);
+  CHECK(Open(&krd_path, &krq_path, 2, &file) == KRD_OK);
   DeleteAll(file);
-  CHECK(Close(file) == 0);
-  CHECK(GetMostRecentErrorMessage(file, &text) == 0 && Take(text, ""));
+  CHECK(Close(file) == KRD_OK);
+  CHECK(GetMostRecentErrorMessage(file, &text) == KRD_OK && Take(text, ""));
   CHECK(handles_made > 0 && handles_made == handles_disposed);
 
   KrdString* rebuilt_path = NewString("/nonexistent/folder/rebuilt.krq");
-  CHECK(CreateIndex(&krd_path, &rebuilt_path) != 0);
+  CHECK(CreateIndex(&krd_path, &rebuilt_path) != KRD_OK);
   free(rebuilt_path);
   free(krd_path);
   free(krq_path);

@@ -43,7 +43,7 @@ static int StartRecording(HMODULE dll, const char* krd, const char* krq) {
   void* krd_handle = &krd_block;
   void* krq_handle = &krq_block;
   KrdFileHandle file = 0;
-  return open((KrdStringHandle)&krd_handle, (KrdStringHandle)&krq_handle, 1, &file) == 0 &&
+  return open((KrdStringHandle)&krd_handle, (KrdStringHandle)&krq_handle, 1, &file) == KRD_OK &&
          file != 0;
 }
 

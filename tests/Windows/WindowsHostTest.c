@@ -35,7 +35,7 @@ static KrdFileHandle OpenPair(const char* krd, const char* krq, uint8_t mode) {
   KrdString* krq_path = NewString(krq);
   KrdFileHandle file = 0;
   const int32_t code = Open(&krd_path, &krq_path, mode, &file);
-  if (code != 0) fprintf(stderr, "Open %s in mode %u: %d\n", krd, (unsigned)mode, code);
+  if (code != KRD_OK) fprintf(stderr, "Open %s in mode %u: %d\n", krd, (unsigned)mode, code);
   free(krd_path);
   free(krq_path);
   return file;
@@ -47,7 +47,7 @@ static int32_t OpenCode(const char* krd, const char* krq, uint8_t mode) {
   KrdString* krq_path = NewString(krq);
   KrdFileHandle file = 0;
   const int32_t code = Open(&krd_path, &krq_path, mode, &file);
-  if (code == 0) Close(file);
+  if (code == KRD_OK) Close(file);
   free(krd_path);
   free(krq_path);
   return code;
@@ -55,7 +55,8 @@ static int32_t OpenCode(const char* krd, const char* krq, uint8_t mode) {
 
 static int LabelIs(KrdFileHandle file, const char* expected) {
   KrdStringHandle label = NULL;
-  const int equal = GetFileLabel(file, &label) == 0 && (size_t)(*label)->cnt == strlen(expected) &&
+  const int equal = GetFileLabel(file, &label) == KRD_OK &&
+                    (size_t)(*label)->cnt == strlen(expected) &&
                     memcmp((*label)->str, expected, strlen(expected)) == 0;
   DisposeHostHandle(label);
   return equal;
@@ -77,13 +78,13 @@ static void RecordsUnderANonAsciiName(const char* folder) {
   snprintf(krq, sizeof krq, "%s\\Messung \xE9t\xE9.krq", folder);
   KrdString* label = NewString("summer");
   const KrdFileHandle recorder = OpenPair(krd, krq, 1);
-  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == 0);
-  CHECK(Close(recorder) == 0);
+  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == KRD_OK);
+  CHECK(Close(recorder) == KRD_OK);
   CHECK(ExistsAsNamed(krd));
   CHECK(ExistsAsNamed(krq));
   const KrdFileHandle reader = OpenPair(krd, krq, 0);
   CHECK(reader != 0 && LabelIs(reader, "summer"));
-  CHECK(Close(reader) == 0);
+  CHECK(Close(reader) == KRD_OK);
   free(label);
 }
 
@@ -119,15 +120,15 @@ static void IsReadByAnotherProcessWhileRecorded(const char* folder) {
   snprintf(krd, sizeof krd, "%s\\shared.krd", folder);
   snprintf(krq, sizeof krq, "%s\\shared.krq", folder);
   const KrdLibrarySettings settings = {4096, NULL, 1, 1000};
-  CHECK(Initialize(&settings) == 0);
+  CHECK(Initialize(&settings) == KRD_OK);
   KrdString* label = NewString("live");
   KrdString* relabel = NewString("later");
   const KrdFileHandle recorder = OpenPair(krd, krq, 1);
-  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == 0);
+  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == KRD_OK);
   CHECK(RunSecond("read", krd, krq, "live") == 0);
-  CHECK(SetFileLabel(recorder, &relabel) == 0);
+  CHECK(SetFileLabel(recorder, &relabel) == KRD_OK);
   CHECK(RunSecond("read", krd, krq, "later") == 0);
-  CHECK(Close(recorder) == 0);
+  CHECK(Close(recorder) == KRD_OK);
   free(label);
   free(relabel);
 }
@@ -147,31 +148,31 @@ static void RefusesOneFileTwiceAndASecondWriter(const char* folder) {
   const char* const name = strrchr(folder, '\\') + 1;
   for (size_t i = 0; i < sizeof spellings / sizeof spellings[0]; ++i) {
     snprintf(same, sizeof same, spellings[i], folder, name);
-    CHECK(OpenCode(krd, same, 1) == 36);
+    CHECK(OpenCode(krd, same, 1) == KRD_UNCLASSIFIED_ERROR);
   }
-  CHECK(OpenCode(krd, ":memory:", 1) == 36);
-  CHECK(OpenCode(krd, "", 1) == 36);
-  CHECK(OpenCode(krd, folder, 1) == 36);
+  CHECK(OpenCode(krd, ":memory:", 1) == KRD_UNCLASSIFIED_ERROR);
+  CHECK(OpenCode(krd, "", 1) == KRD_UNCLASSIFIED_ERROR);
+  CHECK(OpenCode(krd, folder, 1) == KRD_UNCLASSIFIED_ERROR);
   CHECK(GetFileAttributesA(krd) == INVALID_FILE_ATTRIBUTES);
-  CHECK(OpenCode(folder, krq, 0) == 36);
+  CHECK(OpenCode(folder, krq, 0) == KRD_UNCLASSIFIED_ERROR);
 
   KrdString* label = NewString("first");
   const KrdFileHandle recorder = OpenPair(krd, krq, 1);
-  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == 0);
+  CHECK(recorder != 0 && CreateHeader(recorder, 1000, 0, &label) == KRD_OK);
   snprintf(same, sizeof same, "%s\\One.Krd", folder);
-  CHECK(OpenCode(krd, same, 0) == 36);
-  CHECK(OpenCode(krd, krq, 2) == 36);
-  CHECK(RunSecond("open", krd, krq, "2") == 36);
+  CHECK(OpenCode(krd, same, 0) == KRD_UNCLASSIFIED_ERROR);
+  CHECK(OpenCode(krd, krq, 2) == KRD_UNCLASSIFIED_ERROR);
+  CHECK(RunSecond("open", krd, krq, "2") == KRD_UNCLASSIFIED_ERROR);
   CHECK(RunSecond("read", krd, krq, "first") == 0);
-  CHECK(Close(recorder) == 0);
-  CHECK(OpenCode(krd, krq, 2) == 0);
+  CHECK(Close(recorder) == KRD_OK);
+  CHECK(OpenCode(krd, krq, 2) == KRD_OK);
   free(label);
 }
 
 int main(int argc, char** argv) {
   if (argc == 5 && strcmp(argv[1], "read") == 0) {
     const KrdFileHandle reader = OpenPair(argv[2], argv[3], 0);
-    const int ok = reader != 0 && LabelIs(reader, argv[4]) && Close(reader) == 0;
+    const int ok = reader != 0 && LabelIs(reader, argv[4]) && Close(reader) == KRD_OK;
     return ok ? 0 : 1;
   }
   if (argc == 5 && strcmp(argv[1], "open") == 0) {
@@ -190,7 +191,7 @@ int main(int argc, char** argv) {
   RecordsUnderANonAsciiName(folder);
   IsReadByAnotherProcessWhileRecorded(folder);
   RefusesOneFileTwiceAndASecondWriter(folder);
-  CHECK(Terminate() == 0);
+  CHECK(Terminate() == KRD_OK);
   if (failures == 0) printf("Windows host: all checks passed\n");
   return failures == 0 ? 0 : 1;
 }
