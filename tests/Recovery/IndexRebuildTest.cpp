@@ -7,12 +7,15 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <fstream>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 
 #include "KrdFileLib/File/KrfModes.h"
+#include "KrdFileLib/Recovery/PairRecovery.h"
 #include "KrdFileLibApi/CloseOnFailure.h"
 #include "tests/Recovery/RebuiltIndexGolden.h"
 #include "tests/Recovery/RecoveryFixture.h"
@@ -172,6 +175,91 @@ INSTANTIATE_TEST_SUITE_P(Recovery, IndexRebuildTest, ::testing::ValuesIn(kRebuil
                              c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
                            return name;
                          });
+
+// What this process has read so far, as Linux counts it: bytes and calls.
+struct Reads {
+  uint64_t bytes = 0;
+  uint64_t calls = 0;
+};
+
+std::optional<Reads> ReadsSoFar() {
+  std::ifstream io("/proc/self/io");
+  Reads reads;
+  std::string name;
+  uint64_t value = 0;
+  int found = 0;
+  while (io >> name >> value) {
+    if (name == "rchar:") reads.bytes = value, ++found;
+    if (name == "syscr:") reads.calls = value, ++found;
+  }
+  if (found != 2) return std::nullopt;
+  return reads;
+}
+
+// A walk through a data file, as a caller takes it.
+struct WalkCase {
+  const char* name;
+  std::function<void(const std::string& krd, const std::string& krq)> walk;
+};
+void PrintTo(const WalkCase& row, std::ostream* out) { *out << row.name; }
+
+const WalkCase kWalkCases[] = {
+    {"CreateIndex",
+     [](const std::string& krd, const std::string& krq) {
+       HostBytes data(krd);
+       HostBytes index(krq + ".new");
+       EXPECT_EQ(CreateIndex(data.String(), index.String()), 0);
+     }},
+    {"Verify",
+     [](const std::string& krd, const std::string& krq) {
+       EXPECT_TRUE(KrdFiles::Recovery::Verify(krd, krq).IsClean());
+     }},
+    {"RepairBuildingANewIndex",
+     [](const std::string& krd, const std::string& krq) {
+       std::filesystem::remove(krq);
+       EXPECT_EQ(KrdFiles::Recovery::Repair(krd, krq).actions.size(), 1u);
+     }},
+};
+
+class DataFileWalkTest : public RecoveryFixture, public ::testing::WithParamInterface<WalkCase> {
+ protected:
+  // name.krd: one channel of 2-byte samples, blocks of block_bytes, back
+  // to back in time.
+  void RecordBlocks(const std::string& name, int blocks, std::size_t block_bytes) {
+    const KrdFileHandle file = OpenOrFail(name, kRecord);
+    DescribeOneChannel(file, kSampleType);
+    HostBytes samples(std::string(block_bytes, '\x5A'));
+    for (int block = 0; block < blocks; ++block) {
+      ASSERT_EQ(RecordChannelGroupData(file, 1, block * static_cast<int64_t>(block_bytes / 2),
+                                       samples.Array()),
+                0);
+    }
+    ASSERT_EQ(Close(file), 0);
+  }
+
+  // What the walk reads of name.krd, its index included.
+  Reads ReadsOfWalk(const std::string& name) {
+    const std::optional<Reads> before = ReadsSoFar();
+    GetParam().walk(Krd(name), Krq(name));
+    const std::optional<Reads> after = ReadsSoFar();
+    return Reads{after->bytes - before->bytes, after->calls - before->calls};
+  }
+};
+
+// The walk reads the file a chunk at a time, never a packet at a time, and
+// passes over the samples of large blocks without reading them.
+TEST_P(DataFileWalkTest, ReadsInChunksAndPassesOverSamples) {
+  if (!ReadsSoFar()) GTEST_SKIP() << "no /proc/self/io to count reads with";
+  constexpr int kSmallBlocks = 20000;
+  RecordBlocks("small", kSmallBlocks, 4);
+  EXPECT_LT(ReadsOfWalk("small").calls, kSmallBlocks / 10u);
+
+  RecordBlocks("large", 48, 512 * 1024);
+  EXPECT_LT(ReadsOfWalk("large").bytes, std::filesystem::file_size(Krd("large")) / 8);
+}
+
+INSTANTIATE_TEST_SUITE_P(Recovery, DataFileWalkTest, ::testing::ValuesIn(kWalkCases),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace Varnholt::Testing
