@@ -94,20 +94,26 @@ void IndexRestore::Restore(const CheckedPacket& checked) {
   ++restored_;
 }
 
-void IndexRestore::RestoreKeyed(PacketBase& packet) {
+template <typename Insert, typename RemoveTaken>
+void IndexRestore::InsertReplacing(Insert insert, RemoveTaken remove_taken) {
   if (!rules_.replace_taken_keys) {
-    packet.RestoreInIndex(index_, file_);
+    insert();
     return;
   }
   try {
-    packet.RestoreInIndex(index_, file_);
+    insert();
     return;
   } catch (const Errors::E41&) {
     // Most likely the key is taken; anything else fails again below.
-    if (!RemoveRowWithKeyOf(packet, index_)) throw;
+    if (!remove_taken()) throw;
   }
-  packet.RestoreInIndex(index_, file_);
+  insert();
   ++replaced_;
+}
+
+void IndexRestore::RestoreKeyed(PacketBase& packet) {
+  InsertReplacing([&] { packet.RestoreInIndex(index_, file_); },
+                  [&] { return RemoveRowWithKeyOf(packet, index_); });
 }
 
 void IndexRestore::RestoreBlock(const CheckedPacket& checked) {
@@ -117,19 +123,11 @@ void IndexRestore::RestoreBlock(const CheckedPacket& checked) {
                             checked.frame.body_length - DataPacket::kFixedBodySize);
   const Index::IntegerCommand insert(insert_block_, {checked.group_id, checked.start_time, end_time,
                                                      static_cast<int64_t>(checked.frame.offset)});
-  if (!rules_.replace_taken_keys) {
-    index_.ExecuteCounted(insert);
-    return;
-  }
-  try {
-    index_.ExecuteCounted(insert);
-    return;
-  } catch (const Errors::E41&) {
-    // Most likely the key is taken; anything else fails again below.
-    RemoveBlockRow(index_, checked.group_id, checked.start_time, end_time);
-  }
-  index_.ExecuteCounted(insert);
-  ++replaced_;
+  InsertReplacing([&] { index_.ExecuteCounted(insert); },
+                  [&] {
+                    RemoveBlockRow(index_, checked.group_id, checked.start_time, end_time);
+                    return true;
+                  });
 }
 
 KnownGroup& IndexRestore::GroupInIndex(uint16_t group_id) {

@@ -44,6 +44,11 @@ class IndexRestore : public CommonLib::NonCopyableClassBase {
  private:
   void RestoreBlock(const CheckedPacket& checked);
   void RestoreKeyed(Packets::PacketBase& packet);
+  // Runs insert; under the repair rules a taken key (code 41) has its row
+  // removed by remove_taken, which says whether it could, and insert runs
+  // again.
+  template <typename Insert, typename RemoveTaken>
+  void InsertReplacing(Insert insert, RemoveTaken remove_taken);
   void RecordOffset(const Packets::PacketBase& packet);
   KnownGroup& GroupInIndex(uint16_t group_id);
 
