@@ -44,6 +44,16 @@ std::filesystem::path BenchFolder() {
   return folder;
 }
 
+std::filesystem::path MemoryBenchFolder() {
+  std::error_code error;
+  const std::filesystem::path parent = std::filesystem::is_directory("/dev/shm", error)
+                                           ? std::filesystem::path("/dev/shm")
+                                           : std::filesystem::temp_directory_path();
+  const std::filesystem::path folder = parent / "krd-bench";
+  std::filesystem::create_directories(folder);
+  return folder;
+}
+
 HostByteArray::HostByteArray(std::size_t bytes)
     : block_(static_cast<KrdU8Array*>(std::malloc(sizeof(KrdU8Array) + bytes))) {
   if (block_ == nullptr) throw std::bad_alloc();
@@ -53,16 +63,19 @@ HostByteArray::HostByteArray(std::size_t bytes)
 
 HostByteArray::~HostByteArray() { std::free(block_); }
 
-BenchRecording::BenchRecording(std::string name) : name_(std::move(name)) {}
+BenchRecording::BenchRecording(std::string name, std::filesystem::path folder)
+    : name_(std::move(name)), folder_(std::move(folder)) {}
 
 BenchRecording::~BenchRecording() { Close(); }
 
-std::string BenchRecording::DataPath() const { return (BenchFolder() / (name_ + ".krd")).string(); }
+std::string BenchRecording::DataPath() const { return (folder_ / (name_ + ".krd")).string(); }
+
+std::string BenchRecording::IndexPath() const { return (folder_ / (name_ + ".krq")).string(); }
 
 bool BenchRecording::OpenPair(uint8_t mode) {
   Close();
   HostText krd(DataPath());
-  HostText krq((BenchFolder() / (name_ + ".krq")).string());
+  HostText krq(IndexPath());
   return Open(krd.Handle(), krq.Handle(), mode, &file_) == 0;
 }
 
@@ -108,7 +121,7 @@ void BenchRecording::Remove() {
   Close();
   std::error_code ignored;
   for (const char* suffix : {".krd", ".krq", ".krq-wal", ".krq-shm"}) {
-    std::filesystem::remove(BenchFolder() / (name_ + suffix), ignored);
+    std::filesystem::remove(folder_ / (name_ + suffix), ignored);
   }
 }
 

@@ -28,6 +28,10 @@ void InitializeLibrary();
 
 // The folder the benchmarks record into: local disk under /tmp.
 std::filesystem::path BenchFolder();
+// The folder for recordings too large to keep: /dev/shm where the system
+// has it, so that a walk through one measures the library rather than the
+// disk; the system's temporary folder otherwise.
+std::filesystem::path MemoryBenchFolder();
 
 // A byte array as a host passes one in.
 class HostByteArray {
@@ -44,10 +48,10 @@ class HostByteArray {
   KrdU8Array* block_;
 };
 
-// A recording pair in BenchFolder(), named name.krd and name.krq.
+// A recording pair in folder, named name.krd and name.krq.
 class BenchRecording {
  public:
-  explicit BenchRecording(std::string name);
+  explicit BenchRecording(std::string name, std::filesystem::path folder = BenchFolder());
   ~BenchRecording();  // closes the pair; the files stay unless Remove()d
 
   // Creates a new pair (removing an old one) with a header and one group of
@@ -62,11 +66,13 @@ class BenchRecording {
   uint16_t Group() const { return group_; }
   uint16_t Channel(std::size_t index) const { return channels_.at(index); }
   std::string DataPath() const;
+  std::string IndexPath() const;
 
  private:
   bool OpenPair(uint8_t mode);
 
   std::string name_;
+  std::filesystem::path folder_;
   KrdFileHandle file_ = 0;
   uint16_t group_ = 0;
   std::vector<uint16_t> channels_;
@@ -87,7 +93,7 @@ struct ReadShape {
 };
 
 // Opens the recording of that shape for reading. It is recorded once and
-// kept in BenchFolder() for later runs; one that is not complete (an
+// kept in its folder for later runs; one that is not complete (an
 // interrupted set-up) is recorded again. False when that fails.
 bool OpenRecorded(BenchRecording& recording, const ReadShape& shape);
 

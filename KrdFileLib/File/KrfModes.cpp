@@ -5,8 +5,9 @@
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/DataFile/PairPaths.h"
 #include "KrdFileLib/DataFile/PlatformFile.h"
-#include "KrdFileLib/Packets/PacketBase.h"
-#include "KrdFileLib/Packets/ParsePacket.h"
+#include "KrdFileLib/Walk/IndexRestore.h"
+#include "KrdFileLib/Walk/PacketCheck.h"
+#include "KrdFileLib/Walk/PacketWalk.h"
 
 namespace Varnholt::KrdFiles {
 
@@ -107,18 +108,20 @@ void KrfReindexer::CheckRecordAllowed() const { throw Errors::NotAllowedInReinde
 
 void KrfReindexer::Reindex() {
   std::lock_guard lock(Mutex());
-  const uint64_t end = data_file_.GetEndOffset();
+  constexpr Walk::WalkRules kRules = Walk::WalkRules::Reindexing();
+  Walk::PacketCheck check(kRules);
+  Walk::PacketWalk walk(data_file_, check);  // as far as the file's end now
   index_.DisableSynchronousWrites();
-  uint64_t position = 0;
-  while (position < end) {
-    try {
-      const auto packet = Packets::ParsePacket(data_file_, index_, position);
-      packet->RestoreInIndex(index_, data_file_);
-      position += packet->PacketSize();
-    } catch (const ApiException& e) {
-      throw ApiException(e.Code(), std::string(e.what()) + "\r\nFailed to read packet at " +
-                                       Errors::Decimal(position));
-    }
+  Walk::IndexRestore restore(data_file_, index_, kRules);
+  try {
+    const Walk::WalkResult walked =
+        walk.Run([&](const Walk::CheckedPacket& packet) { restore.Restore(packet); });
+    if (walked.stop) throw walked.stop->failure;
+  } catch (const ApiException& e) {
+    // The failure of the packet the walk is at, whether reading or
+    // restoring it failed; the rows restored before it stay.
+    throw ApiException(e.Code(), std::string(e.what()) + "\r\nFailed to read packet at " +
+                                     Errors::Decimal(walk.Position()));
   }
 }
 

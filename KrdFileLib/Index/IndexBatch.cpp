@@ -51,7 +51,12 @@ void IndexConnection::CommitAndBegin() {
   BeginTransaction();
 }
 
-bool IndexConnection::ExecuteCounted(const SqlCommand& command) {
+bool IndexConnection::ExecuteCounted(const SqlCommand& command) { return Count(command); }
+
+bool IndexConnection::ExecuteCounted(const IntegerCommand& command) { return Count(command); }
+
+template <typename Command>
+bool IndexConnection::Count(const Command& command) {
   RequireOpen();
   // A batch that could not be committed (a full disk) is committed before
   // anything more joins it: the call that would change the recording fails
@@ -61,7 +66,7 @@ bool IndexConnection::ExecuteCounted(const SqlCommand& command) {
   CatchUp();
   MarkOperationStart();
   const bool done = ExecuteNonQuery(command);
-  journal_.push_back(command);
+  journal_.emplace_back(command);
   if (pending_statements_ == 0) commit_deadline_ = clock_->DeadlineAfter(CommitIntervalMs());
   ++pending_statements_;
   // A host may set batches far larger than a recording needs; the journal
@@ -114,7 +119,7 @@ void IndexConnection::CatchUp() {
   replaying_ = true;
   try {
     BeginTransaction();
-    for (const SqlCommand& command : journal_) Run(command);
+    for (const JournalEntry& entry : journal_) Run(entry);
     replaying_ = false;
     batch_lost_ = false;
   } catch (const std::exception& failure) {

@@ -155,7 +155,12 @@ void IndexConnection::CloseWithoutThrowing() noexcept {
   }
 }
 
-bool IndexConnection::ExecuteNonQuery(const SqlCommand& command) {
+bool IndexConnection::ExecuteNonQuery(const SqlCommand& command) { return RunOnce(command); }
+
+bool IndexConnection::ExecuteNonQuery(const IntegerCommand& command) { return RunOnce(command); }
+
+template <typename Command>
+bool IndexConnection::RunOnce(const Command& command) {
   RequireOpen();
   try {
     CatchUp();
@@ -214,11 +219,16 @@ CachedStatement IndexConnection::Prepare(const std::string& text) {
   return statements_->Take(text);
 }
 
-bool IndexConnection::Run(const SqlCommand& command) {
+template <typename Command>
+bool IndexConnection::Run(const Command& command) {
   const CachedStatement statement = Prepare(command.Text());
   statement->CheckPrepared();
   command.BindTo(*statement);
   return statement->Step() == SQLITE_DONE;
+}
+
+bool IndexConnection::Run(const JournalEntry& entry) {
+  return std::visit([this](const auto& command) { return Run(command); }, entry);
 }
 
 void IndexConnection::RunControl(const char* text) { Run(SqlCommand(text)); }

@@ -7,6 +7,7 @@
 //   IndexConnection    the connection to one KRQ file and its batching of
 //                      writes into transactions (this file)
 //   SqlCommand         a statement text and its positional parameters
+//   IntegerCommand     the same for integers only, made without allocating
 //   SqlQuery           the cursor over the rows of one statement
 //   SqliteDatabase,
 //   SqlStatement       the RAII owners of SQLite's handles
@@ -22,10 +23,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "CommonLib/IClock.h"
 #include "CommonLib/NonCopyableClassBase.h"
+#include "KrdFileLib/Index/IntegerCommand.h"
 #include "KrdFileLib/Index/SqlCommand.h"
 #include "KrdFileLib/Index/SqlQuery.h"
 #include "KrdFileLib/Index/SqlStatement.h"
@@ -94,9 +97,11 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // Runs one statement once, uncounted. True when it ran to its end, false
   // when it produced a row.
   bool ExecuteNonQuery(const SqlCommand& command);
+  bool ExecuteNonQuery(const IntegerCommand& command);
   // As ExecuteNonQuery, and counts the statement into the batch. Every
   // insert, update and delete goes through here.
   bool ExecuteCounted(const SqlCommand& command);
+  bool ExecuteCounted(const IntegerCommand& command);
   // A cursor prepared but not yet executed.
   std::shared_ptr<SqlQuery> PrepareQuery(const SqlCommand& command);
   // A cursor executed and standing on its first row, if any.
@@ -142,6 +147,8 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
     std::size_t journal_size;
     int32_t pending_statements;
   };
+  // A counted statement as the journal keeps it.
+  using JournalEntry = std::variant<SqlCommand, IntegerCommand>;
 
   void RequireOpen() const;
   void StartSession(SqliteDatabase database);
@@ -153,7 +160,16 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   // The statement for text from the session's cache; the one place
   // statements are prepared.
   CachedStatement Prepare(const std::string& text);
-  bool Run(const SqlCommand& command);
+  // ExecuteNonQuery and ExecuteCounted, for either kind of command.
+  template <typename Command>
+  bool RunOnce(const Command& command);
+  template <typename Command>
+  bool Count(const Command& command);
+  // Binds and steps the command's statement once; true when it ran to its
+  // end.
+  template <typename Command>
+  bool Run(const Command& command);
+  bool Run(const JournalEntry& entry);
   // Runs a transaction-control statement (begin, commit, rollback).
   void RunControl(const char* text);
   // SQLite rolls a transaction back by itself after some failures; this
@@ -182,7 +198,7 @@ class IndexConnection : public CommonLib::NonCopyableClassBase {
   int64_t commit_deadline_ = 0;
 
   // The counted statements since the last commit, in order.
-  std::vector<SqlCommand> journal_;
+  std::vector<JournalEntry> journal_;
   // SQLite's transaction no longer holds the journal's statements.
   bool batch_lost_ = false;
   bool replaying_ = false;

@@ -7,9 +7,9 @@ namespace Varnholt::KrdFiles::Packets {
 AnnotationPacket::AnnotationPacket(std::string text)
     : PacketBase(PacketTypeId::kAnnotation), text_(std::move(text)) {}
 
-AnnotationPacket::AnnotationPacket(KrdInstance& file, const PacketFrame& frame)
+AnnotationPacket::AnnotationPacket(const PacketFrame& frame, Bytes body)
     : PacketBase(frame) {
-  DecodeBody(file, frame, [this](PacketReader& body) { text_ = body.ReadRestAsString(); });
+  DecodeBody(std::move(body), [this](PacketReader& fields) { text_ = fields.ReadRestAsString(); });
 }
 
 void AnnotationPacket::AppendBody(Bytes& body) const {

@@ -13,7 +13,7 @@ namespace Varnholt::KrdFiles::Packets {
 class AnnotationPacket final : public PacketBase {
  public:
   explicit AnnotationPacket(std::string text);
-  AnnotationPacket(KrdInstance& file, const PacketFrame& frame);
+  AnnotationPacket(const PacketFrame& frame, Bytes body);
 
   const std::string& Text() const { return text_; }
 

@@ -58,13 +58,13 @@ class AttributePacket : public IndexedPacket<Table> {
         value_(std::move(value)) {
     BindRow();
   }
-  AttributePacket(KrdInstance& file, const PacketFrame& frame) : IndexedPacket<Table>(frame) {
+  AttributePacket(const PacketFrame& frame, Bytes body) : IndexedPacket<Table>(frame) {
     BindRow();
-    this->DecodeBody(file, frame, [this](PacketReader& body) {
-      owner_id_ = body.ReadUInt16();
-      key_ = body.ReadUInt16();
-      index_ = body.ReadUInt16();
-      value_ = body.ReadRestAsBytes();
+    this->DecodeBody(std::move(body), [this](PacketReader& fields) {
+      owner_id_ = fields.ReadUInt16();
+      key_ = fields.ReadUInt16();
+      index_ = fields.ReadUInt16();
+      value_ = fields.ReadRestAsBytes();
     });
   }
 

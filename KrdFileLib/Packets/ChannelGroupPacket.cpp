@@ -15,14 +15,14 @@ ChannelGroupPacket::ChannelGroupPacket(uint32_t time_base_divisor, uint8_t chann
   BindRow();
 }
 
-ChannelGroupPacket::ChannelGroupPacket(KrdInstance& file, const PacketFrame& frame)
+ChannelGroupPacket::ChannelGroupPacket(const PacketFrame& frame, Bytes body)
     : IndexedPacket(frame) {
   BindRow();
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    group_id_ = body.ReadUInt16();
-    time_base_divisor_ = body.ReadUInt32();
-    channel_count_ = body.ReadUInt8();
-    data_type_ = body.ReadUInt16();
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    group_id_ = fields.ReadUInt16();
+    time_base_divisor_ = fields.ReadUInt32();
+    channel_count_ = fields.ReadUInt8();
+    data_type_ = fields.ReadUInt16();
   });
 }
 

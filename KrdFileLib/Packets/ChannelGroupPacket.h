@@ -20,7 +20,7 @@ class ChannelGroupPacket final : public IndexedPacket<Index::ChannelGroupTable> 
   static constexpr uint16_t kUnsetGroupId = 65535;
 
   ChannelGroupPacket(uint32_t time_base_divisor, uint8_t channel_count, uint16_t data_type);
-  ChannelGroupPacket(KrdInstance& file, const PacketFrame& frame);
+  ChannelGroupPacket(const PacketFrame& frame, Bytes body);
 
   // The channel group from the index (code 19 when there is none).
   static std::shared_ptr<ChannelGroupPacket> Find(Index::IndexConnection& connection,

@@ -49,14 +49,14 @@ ChannelPacket::ChannelPacket(uint16_t channel_group_id, uint16_t physical_channe
   BindRow();
 }
 
-ChannelPacket::ChannelPacket(KrdInstance& file, const PacketFrame& frame) : IndexedPacket(frame) {
+ChannelPacket::ChannelPacket(const PacketFrame& frame, Bytes body) : IndexedPacket(frame) {
   BindRow();
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    channel_id_ = body.ReadUInt16();
-    channel_group_id_ = body.ReadUInt16();
-    physical_channel_id_ = body.ReadUInt16();
-    interleave_index_ = body.ReadUInt8();
-    label_ = body.ReadString8();
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    channel_id_ = fields.ReadUInt16();
+    channel_group_id_ = fields.ReadUInt16();
+    physical_channel_id_ = fields.ReadUInt16();
+    interleave_index_ = fields.ReadUInt8();
+    label_ = fields.ReadString8();
   });
 }
 

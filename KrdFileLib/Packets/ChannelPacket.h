@@ -28,7 +28,7 @@ class ChannelPacket final : public IndexedPacket<Index::ChannelTable> {
  public:
   ChannelPacket(uint16_t channel_group_id, uint16_t physical_channel_id, uint8_t interleave_index,
                 std::string label);
-  ChannelPacket(KrdInstance& file, const PacketFrame& frame);
+  ChannelPacket(const PacketFrame& frame, Bytes body);
 
   // The channel from the index (code 21 when there is none).
   static std::shared_ptr<ChannelPacket> Find(Index::IndexConnection& connection,

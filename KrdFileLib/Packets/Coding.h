@@ -1,8 +1,10 @@
 #pragma once
 
-// Tiny big-endian encode helpers for packet bodies. Every integer field of a
-// packet goes through these; packet code never shifts bytes by hand. Decoding
-// is the PacketReader's, which also checks bounds.
+// Tiny big-endian encode and decode helpers for packet bodies. Every integer
+// field of a packet goes through these; packet code never shifts bytes by
+// hand. Bodies are decoded by the PacketReader, which also checks bounds;
+// GetBigEndian decodes a field of a fixed place that the caller has already
+// checked is there (a frame, a data block's fixed fields).
 
 #include <cstdint>
 #include <span>
@@ -18,6 +20,14 @@ inline void PutBigEndian(Bytes& out, UInt value) {
   for (int shift = static_cast<int>(sizeof(UInt) * 8) - 8; shift >= 0; shift -= 8) {
     out.push_back(static_cast<uint8_t>(value >> shift));
   }
+}
+
+// The UInt whose big-endian bytes are the first sizeof(UInt) of bytes.
+template <typename UInt>
+inline UInt GetBigEndian(std::span<const uint8_t, sizeof(UInt)> bytes) {
+  UInt value = 0;
+  for (const uint8_t byte : bytes) value = static_cast<UInt>((value << 8) | byte);
+  return value;
 }
 
 inline void PutUInt8(Bytes& out, uint8_t value) { out.push_back(value); }

@@ -90,6 +90,11 @@ void DataPacket::TakeNewFrames(const ChannelGroupPacket& group) {
   }
 }
 
+int64_t DataPacket::EndTimeOf(uint64_t frame_size, uint32_t divisor, int64_t start_time,
+                              uint64_t sample_bytes) {
+  return FrameGrid(start_time, divisor, CountFrames(frame_size, sample_bytes)).LastFrameTime();
+}
+
 void DataPacket::TakeFrames(const ChannelGroupPacket& group, uint64_t sample_bytes) {
   frame_count_ = CountFrames(group.FrameSize(), sample_bytes);
   divisor_ = group.TimeBaseDivisor();

@@ -51,6 +51,13 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   static DataPacket ReadOfGroup(KrdInstance& file, Index::IndexConnection& connection,
                                 const ChannelGroupPacket& group, uint64_t offset);
 
+  // The end time of a block read back, which indexing it takes without the
+  // packet being built: sample_bytes of frames of frame_size bytes, divisor
+  // ticks apart, from start_time (code 47 unless they are whole frames, and
+  // at least one), as the reading constructor checks and computes it.
+  static int64_t EndTimeOf(uint64_t frame_size, uint32_t divisor, int64_t start_time,
+                           uint64_t sample_bytes);
+
   // The group's block with the smallest start after time, and the one with
   // the greatest start before time.
   static std::optional<Index::DataRecordRef> FindNextBlock(Index::IndexConnection& connection,

@@ -8,8 +8,8 @@ DeviceAttributePacket::DeviceAttributePacket(uint16_t device_id, uint16_t key, u
                                              Bytes value)
     : AttributePacket(device_id, key, index, std::move(value)) {}
 
-DeviceAttributePacket::DeviceAttributePacket(KrdInstance& file, const PacketFrame& frame)
-    : AttributePacket(file, frame) {}
+DeviceAttributePacket::DeviceAttributePacket(const PacketFrame& frame, Bytes body)
+    : AttributePacket(frame, std::move(body)) {}
 
 std::shared_ptr<DeviceAttributePacket> DeviceAttributePacket::Find(
     Index::IndexConnection& connection, uint16_t device_id, uint16_t key, uint16_t index) {

@@ -14,7 +14,7 @@ class DeviceAttributePacket final
                              &Index::DeviceAttributesTable::device_id> {
  public:
   DeviceAttributePacket(uint16_t device_id, uint16_t key, uint16_t index, Bytes value);
-  DeviceAttributePacket(KrdInstance& file, const PacketFrame& frame);
+  DeviceAttributePacket(const PacketFrame& frame, Bytes body);
 
   // The attribute from the index (code 11 when there is none).
   static std::shared_ptr<DeviceAttributePacket> Find(Index::IndexConnection& connection,

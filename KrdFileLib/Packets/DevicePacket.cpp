@@ -24,12 +24,12 @@ DevicePacket::DevicePacket(uint16_t parent_id, std::string label)
   BindRow();
 }
 
-DevicePacket::DevicePacket(KrdInstance& file, const PacketFrame& frame) : IndexedPacket(frame) {
+DevicePacket::DevicePacket(const PacketFrame& frame, Bytes body) : IndexedPacket(frame) {
   BindRow();
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    device_id_ = body.ReadUInt16();
-    parent_id_ = body.ReadUInt16();
-    label_ = body.ReadString8();
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    device_id_ = fields.ReadUInt16();
+    parent_id_ = fields.ReadUInt16();
+    label_ = fields.ReadString8();
   });
   DeriveRootFromId();
 }

@@ -26,7 +26,7 @@ class DevicePacket final : public IndexedPacket<Index::DeviceTable> {
   DevicePacket();
   // A new device below parent_id; kNoParentDeviceId makes the root.
   DevicePacket(uint16_t parent_id, std::string label);
-  DevicePacket(KrdInstance& file, const PacketFrame& frame);
+  DevicePacket(const PacketFrame& frame, Bytes body);
 
   // The device with that id, from the index (code 8 when there is none).
   static std::shared_ptr<DevicePacket> Find(Index::IndexConnection& connection, uint16_t device_id);

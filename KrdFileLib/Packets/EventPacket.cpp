@@ -12,12 +12,12 @@ EventPacket::EventPacket(uint16_t event_source_id, int64_t event_time, Bytes dat
   BindRow();
 }
 
-EventPacket::EventPacket(KrdInstance& file, const PacketFrame& frame) : IndexedPacket(frame) {
+EventPacket::EventPacket(const PacketFrame& frame, Bytes body) : IndexedPacket(frame) {
   BindRow();
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    event_source_id_ = body.ReadUInt16();
-    event_time_ = static_cast<int64_t>(body.ReadUInt64());
-    data_ = body.ReadRestAsBytes();
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    event_source_id_ = fields.ReadUInt16();
+    event_time_ = static_cast<int64_t>(fields.ReadUInt64());
+    data_ = fields.ReadRestAsBytes();
   });
 }
 

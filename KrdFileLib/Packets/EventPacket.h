@@ -17,7 +17,7 @@ namespace Varnholt::KrdFiles::Packets {
 class EventPacket final : public IndexedPacket<Index::EventTable> {
  public:
   EventPacket(uint16_t event_source_id, int64_t event_time, Bytes data);
-  EventPacket(KrdInstance& file, const PacketFrame& frame);
+  EventPacket(const PacketFrame& frame, Bytes body);
 
   // The event from the index (code 25 when there is none).
   static std::shared_ptr<EventPacket> Find(Index::IndexConnection& connection, uint32_t event_id);

@@ -13,14 +13,14 @@ EventSourcePacket::EventSourcePacket(uint16_t physical_channel_id, uint16_t data
   BindRow();
 }
 
-EventSourcePacket::EventSourcePacket(KrdInstance& file, const PacketFrame& frame)
+EventSourcePacket::EventSourcePacket(const PacketFrame& frame, Bytes body)
     : IndexedPacket(frame) {
   BindRow();
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    event_source_id_ = body.ReadUInt16();
-    physical_channel_id_ = body.ReadUInt16();
-    data_type_ = body.ReadUInt16();
-    label_ = body.ReadString8();
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    event_source_id_ = fields.ReadUInt16();
+    physical_channel_id_ = fields.ReadUInt16();
+    data_type_ = fields.ReadUInt16();
+    label_ = fields.ReadString8();
   });
 }
 

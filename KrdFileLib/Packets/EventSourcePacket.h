@@ -19,7 +19,7 @@ namespace Varnholt::KrdFiles::Packets {
 class EventSourcePacket final : public IndexedPacket<Index::EventSourceTable> {
  public:
   EventSourcePacket(uint16_t physical_channel_id, uint16_t data_type, std::string label);
-  EventSourcePacket(KrdInstance& file, const PacketFrame& frame);
+  EventSourcePacket(const PacketFrame& frame, Bytes body);
 
   // The event source from the index (code 23 when there is none).
   static std::shared_ptr<EventSourcePacket> Find(Index::IndexConnection& connection,

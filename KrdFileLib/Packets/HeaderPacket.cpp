@@ -20,15 +20,15 @@ HeaderPacket::HeaderPacket(uint16_t device_id, std::string label, uint32_t time_
   BindRow();
 }
 
-HeaderPacket::HeaderPacket(KrdInstance& file, const PacketFrame& frame) : PacketBase(frame) {
+HeaderPacket::HeaderPacket(const PacketFrame& frame, Bytes body) : PacketBase(frame) {
   BindRow();
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    file_type_ = body.ReadString(kFileTypeString.size());
-    file_version_ = body.ReadUInt16();
-    for (uint8_t& byte : uuid_.bytes) byte = body.ReadUInt8();
-    device_id_ = body.ReadUInt16();
-    label_ = body.ReadString8();
-    time_base_ = body.ReadUInt32();
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    file_type_ = fields.ReadString(kFileTypeString.size());
+    file_version_ = fields.ReadUInt16();
+    for (uint8_t& byte : uuid_.bytes) byte = fields.ReadUInt8();
+    device_id_ = fields.ReadUInt16();
+    label_ = fields.ReadString8();
+    time_base_ = fields.ReadUInt32();
   });
 }
 

@@ -22,7 +22,7 @@ class HeaderPacket final : public PacketBase {
   // A header for a new file: the library's file type and version and a
   // fresh random GUID.
   HeaderPacket(uint16_t device_id, std::string label, uint32_t time_base);
-  HeaderPacket(KrdInstance& file, const PacketFrame& frame);
+  HeaderPacket(const PacketFrame& frame, Bytes body);
 
   // Parses the packet at offset 0 and checks that it is a header with the
   // library's file type string (code 3 otherwise).

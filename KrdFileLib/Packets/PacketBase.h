@@ -81,13 +81,12 @@ class PacketBase : public CommonLib::PolymorphicBasedClassBase,
                         uint64_t max_bytes = ~uint64_t{0});
   // Fails with "extra data" when bytes remain after the last field.
   static void RequireFullyConsumed(const PacketReader& reader);
-  // The reading constructors' common path: reads the body (or its first
-  // max_bytes), lets decode take the fields in order, then requires that
-  // nothing is left over.
+  // The reading constructors' common path: lets decode take the fields of
+  // the body read from the file in order, then requires that nothing is
+  // left over.
   template <typename Decode>
-  static void DecodeBody(KrdInstance& file, const PacketFrame& frame, Decode decode,
-                         uint64_t max_bytes = ~uint64_t{0}) {
-    PacketReader reader(ReadBody(file, frame, max_bytes));
+  static void DecodeBody(Bytes body, Decode decode) {
+    PacketReader reader(std::move(body));
     decode(reader);
     RequireFullyConsumed(reader);
   }

@@ -27,9 +27,8 @@ PacketFrame ReadPacketFrame(KrdInstance& file, uint64_t offset) {
 }
 
 PacketFrame DecodePacketFrame(std::span<const uint8_t, kFrameSize> bytes, uint64_t offset) {
-  PacketReader reader(Bytes(bytes.begin(), bytes.end()));
-  const uint8_t type_id = reader.ReadUInt8();
-  const uint32_t body_length = reader.ReadUInt32();
+  const uint8_t type_id = bytes[0];
+  const auto body_length = GetBigEndian<uint32_t>(bytes.subspan<1, 4>());
   if (type_id < kFirstPacketTypeId || type_id > kLastPacketTypeId) {
     throw Errors::UnknownPacketType(type_id);
   }
@@ -39,35 +38,44 @@ PacketFrame DecodePacketFrame(std::span<const uint8_t, kFrameSize> bytes, uint64
 std::shared_ptr<PacketBase> ParsePacket(KrdInstance& file, Index::IndexConnection& connection,
                                         uint64_t offset) {
   const PacketFrame frame = ReadPacketFrame(file, offset);
+  if (frame.type == PacketTypeId::kData) {
+    return std::make_shared<DataPacket>(file, connection, frame);
+  }
+  Bytes body;
+  file.ReadBytes(frame.offset + kFrameSize, frame.body_length, body);
+  return ParsePacketBody(frame, std::move(body));
+}
+
+std::shared_ptr<PacketBase> ParsePacketBody(const PacketFrame& frame, Bytes body) {
   switch (frame.type) {
     case PacketTypeId::kHeader:
-      return std::make_shared<HeaderPacket>(file, frame);
+      return std::make_shared<HeaderPacket>(frame, std::move(body));
     case PacketTypeId::kDevice:
-      return std::make_shared<DevicePacket>(file, frame);
+      return std::make_shared<DevicePacket>(frame, std::move(body));
     case PacketTypeId::kDeviceAttribute:
-      return std::make_shared<DeviceAttributePacket>(file, frame);
+      return std::make_shared<DeviceAttributePacket>(frame, std::move(body));
     case PacketTypeId::kPhysicalChannel:
-      return std::make_shared<PhysicalChannelPacket>(file, frame);
+      return std::make_shared<PhysicalChannelPacket>(frame, std::move(body));
     case PacketTypeId::kPhysicalChannelAttribute:
-      return std::make_shared<PhysicalChannelAttributePacket>(file, frame);
+      return std::make_shared<PhysicalChannelAttributePacket>(frame, std::move(body));
     case PacketTypeId::kChannelGroup:
-      return std::make_shared<ChannelGroupPacket>(file, frame);
+      return std::make_shared<ChannelGroupPacket>(frame, std::move(body));
     case PacketTypeId::kChannel:
-      return std::make_shared<ChannelPacket>(file, frame);
+      return std::make_shared<ChannelPacket>(frame, std::move(body));
     case PacketTypeId::kEventSource:
-      return std::make_shared<EventSourcePacket>(file, frame);
+      return std::make_shared<EventSourcePacket>(frame, std::move(body));
     case PacketTypeId::kEvent:
-      return std::make_shared<EventPacket>(file, frame);
+      return std::make_shared<EventPacket>(frame, std::move(body));
     case PacketTypeId::kStart:
-      return std::make_shared<StartPacket>(file, frame);
+      return std::make_shared<StartPacket>(frame, std::move(body));
     case PacketTypeId::kAnnotation:
-      return std::make_shared<AnnotationPacket>(file, frame);
-    case PacketTypeId::kData:
-      return std::make_shared<DataPacket>(file, connection, frame);
+      return std::make_shared<AnnotationPacket>(frame, std::move(body));
     case PacketTypeId::kPostProcess:
-      return std::make_shared<PostProcessPacket>(file, frame);
+      return std::make_shared<PostProcessPacket>(frame, std::move(body));
+    case PacketTypeId::kData:
+      break;  // its fixed fields are read on their own (DataPacket)
   }
-  throw Errors::UnknownPacketType(static_cast<uint8_t>(frame.type));  // not reached
+  throw Errors::UnknownPacketType(static_cast<uint8_t>(frame.type));
 }
 
 }  // namespace Varnholt::KrdFiles::Packets

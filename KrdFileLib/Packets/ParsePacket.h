@@ -22,5 +22,9 @@ PacketFrame DecodePacketFrame(std::span<const uint8_t, kFrameSize> bytes, uint64
 // The index connection serves data blocks, which check their group.
 std::shared_ptr<PacketBase> ParsePacket(KrdInstance& file, Index::IndexConnection& connection,
                                         uint64_t offset);
+// The packet of any type but a data block that frame frames, from the
+// whole body read after it, through its type's reading constructor (code 3
+// when the body does not hold the type's fields exactly).
+std::shared_ptr<PacketBase> ParsePacketBody(const PacketFrame& frame, Bytes body);
 
 }  // namespace Varnholt::KrdFiles::Packets

@@ -9,9 +9,8 @@ PhysicalChannelAttributePacket::PhysicalChannelAttributePacket(uint16_t physical
                                                                Bytes value)
     : AttributePacket(physical_channel_id, key, index, std::move(value)) {}
 
-PhysicalChannelAttributePacket::PhysicalChannelAttributePacket(KrdInstance& file,
-                                                               const PacketFrame& frame)
-    : AttributePacket(file, frame) {}
+PhysicalChannelAttributePacket::PhysicalChannelAttributePacket(const PacketFrame& frame, Bytes body)
+    : AttributePacket(frame, std::move(body)) {}
 
 std::shared_ptr<PhysicalChannelAttributePacket> PhysicalChannelAttributePacket::Find(
     Index::IndexConnection& connection, uint16_t physical_channel_id, uint16_t key,

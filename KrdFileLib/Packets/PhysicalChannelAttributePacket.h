@@ -17,7 +17,7 @@ class PhysicalChannelAttributePacket final
  public:
   PhysicalChannelAttributePacket(uint16_t physical_channel_id, uint16_t key, uint16_t index,
                                  Bytes value);
-  PhysicalChannelAttributePacket(KrdInstance& file, const PacketFrame& frame);
+  PhysicalChannelAttributePacket(const PacketFrame& frame, Bytes body);
 
   // The attribute from the index (code 16 when there is none).
   static std::shared_ptr<PhysicalChannelAttributePacket> Find(Index::IndexConnection& connection,

@@ -13,14 +13,14 @@ PhysicalChannelPacket::PhysicalChannelPacket(uint16_t device_id, uint16_t channe
   BindRow();
 }
 
-PhysicalChannelPacket::PhysicalChannelPacket(KrdInstance& file, const PacketFrame& frame)
+PhysicalChannelPacket::PhysicalChannelPacket(const PacketFrame& frame, Bytes body)
     : IndexedPacket(frame) {
   BindRow();
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    channel_id_ = body.ReadUInt16();
-    device_id_ = body.ReadUInt16();
-    channel_number_ = body.ReadUInt16();
-    label_ = body.ReadString8();
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    channel_id_ = fields.ReadUInt16();
+    device_id_ = fields.ReadUInt16();
+    channel_number_ = fields.ReadUInt16();
+    label_ = fields.ReadString8();
   });
 }
 

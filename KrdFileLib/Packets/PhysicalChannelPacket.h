@@ -17,7 +17,7 @@ namespace Varnholt::KrdFiles::Packets {
 class PhysicalChannelPacket final : public IndexedPacket<Index::PhysicalChannelTable> {
  public:
   PhysicalChannelPacket(uint16_t device_id, uint16_t channel_number, std::string label);
-  PhysicalChannelPacket(KrdInstance& file, const PacketFrame& frame);
+  PhysicalChannelPacket(const PacketFrame& frame, Bytes body);
 
   // The physical channel from the index (code 14 when there is none).
   static std::shared_ptr<PhysicalChannelPacket> Find(Index::IndexConnection& connection,

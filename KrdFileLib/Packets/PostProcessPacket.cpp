@@ -13,19 +13,19 @@ PostProcessPacket::PostProcessPacket(Step step)
   BindRow();
 }
 
-PostProcessPacket::PostProcessPacket(KrdInstance& file, const PacketFrame& frame)
+PostProcessPacket::PostProcessPacket(const PacketFrame& frame, Bytes body)
     : IndexedPacket(frame) {
   BindRow();
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    step_.channel_id = body.ReadUInt16();
-    step_.post_process_index = body.ReadUInt8();
-    step_.post_process_type = body.ReadUInt16();
-    step_.is_default = body.ReadBool8();
-    step_.is_disabled = body.ReadBool8();
-    step_.is_unit_change = body.ReadBool8();
-    step_.unit = body.ReadBytes8();
-    step_.label = body.ReadString8();
-    step_.data = body.ReadRestAsBytes();
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    step_.channel_id = fields.ReadUInt16();
+    step_.post_process_index = fields.ReadUInt8();
+    step_.post_process_type = fields.ReadUInt16();
+    step_.is_default = fields.ReadBool8();
+    step_.is_disabled = fields.ReadBool8();
+    step_.is_unit_change = fields.ReadBool8();
+    step_.unit = fields.ReadBytes8();
+    step_.label = fields.ReadString8();
+    step_.data = fields.ReadRestAsBytes();
   });
 }
 

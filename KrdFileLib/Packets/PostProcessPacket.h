@@ -33,7 +33,7 @@ class PostProcessPacket final : public IndexedPacket<Index::PostProcessTable> {
   };
 
   explicit PostProcessPacket(Step step);
-  PostProcessPacket(KrdInstance& file, const PacketFrame& frame);
+  PostProcessPacket(const PacketFrame& frame, Bytes body);
 
   // The step from the index (code 27 when there is none).
   static std::shared_ptr<PostProcessPacket> Find(Index::IndexConnection& connection,

@@ -7,10 +7,10 @@ namespace Varnholt::KrdFiles::Packets {
 StartPacket::StartPacket(uint16_t start_type, Bytes start)
     : PacketBase(PacketTypeId::kStart), start_type_(start_type), start_(std::move(start)) {}
 
-StartPacket::StartPacket(KrdInstance& file, const PacketFrame& frame) : PacketBase(frame) {
-  DecodeBody(file, frame, [this](PacketReader& body) {
-    start_type_ = body.ReadUInt16();
-    start_ = body.ReadRestAsBytes();
+StartPacket::StartPacket(const PacketFrame& frame, Bytes body) : PacketBase(frame) {
+  DecodeBody(std::move(body), [this](PacketReader& fields) {
+    start_type_ = fields.ReadUInt16();
+    start_ = fields.ReadRestAsBytes();
   });
 }
 

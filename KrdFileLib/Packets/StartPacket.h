@@ -14,7 +14,7 @@ namespace Varnholt::KrdFiles::Packets {
 class StartPacket final : public PacketBase {
  public:
   StartPacket(uint16_t start_type, Bytes start);
-  StartPacket(KrdInstance& file, const PacketFrame& frame);
+  StartPacket(const PacketFrame& frame, Bytes body);
 
   uint16_t StartType() const { return start_type_; }
   const Bytes& Start() const { return start_; }

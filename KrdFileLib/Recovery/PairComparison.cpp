@@ -66,10 +66,10 @@ VerifyReport PairComparison::Run(const Progress& progress, const Unindexed& unin
 }
 
 VerifyReport PairComparison::WalkAlone(const Progress& progress) {
-  PacketCheck check(file_);
-  PacketWalk walk(file_, check, progress);
+  Walk::PacketCheck check(Walk::WalkRules::Recovery());
+  RecoveryWalk walk(file_, check, progress);
   VerifyReport report;
-  TakeWalkEnd(walk.Run([](const CheckedPacket&) {}), report);
+  TakeWalkEnd(walk.Run([](const Walk::CheckedPacket&) {}), report);
   return report;
 }
 
@@ -80,9 +80,9 @@ VerifyReport PairComparison::Compare(IndexSnapshot& index, const Progress& progr
   header_row_ = index.ReadHeaderRow();
   greatest_offset_ = index.GreatestOffset().value_or(-1);
   IndexSnapshot::Rows rows = index.ReadOffsetRows();
-  PacketCheck check(file_);
-  PacketWalk walk(file_, check, progress);
-  const WalkEnd end = walk.Run([&](const CheckedPacket& packet) {
+  Walk::PacketCheck check(Walk::WalkRules::Recovery());
+  RecoveryWalk walk(file_, check, progress);
+  const WalkEnd end = walk.Run([&](const Walk::CheckedPacket& packet) {
     MatchRows(rows, packet);
     last_packet_ = packet.frame;
     if (!IsUnindexed(index, packet)) return;
@@ -105,7 +105,7 @@ VerifyReport PairComparison::Compare(IndexSnapshot& index, const Progress& progr
   return std::move(report_);
 }
 
-void PairComparison::MatchRows(IndexSnapshot::Rows& rows, const CheckedPacket& packet) {
+void PairComparison::MatchRows(IndexSnapshot::Rows& rows, const Walk::CheckedPacket& packet) {
   const auto offset = static_cast<int64_t>(packet.frame.offset);
   for (; rows.HasRow() && rows.Int64(0) <= offset; rows.Next()) {
     const OffsetTable& table = IndexSnapshot::TableOfRow(rows);
@@ -144,7 +144,7 @@ void PairComparison::MatchRemainingRows(IndexSnapshot::Rows& rows, const WalkEnd
   }
 }
 
-void PairComparison::MatchGroupRows(IndexSnapshot& index, const PacketCheck& check,
+void PairComparison::MatchGroupRows(IndexSnapshot& index, const Walk::PacketCheck& check,
                                     const WalkEnd& end) {
   const std::string where = end.kind == WalkEnd::Kind::kDamage
                                 ? "before the damaged packet at " + Decimal(end.whole_packets_end)
@@ -169,7 +169,7 @@ void PairComparison::MatchGroupRows(IndexSnapshot& index, const PacketCheck& che
   }
 }
 
-bool PairComparison::IsUnindexed(IndexSnapshot& index, const CheckedPacket& packet) const {
+bool PairComparison::IsUnindexed(IndexSnapshot& index, const Walk::CheckedPacket& packet) const {
   const PacketTypeId kind = packet.frame.type;
   if (kind == PacketTypeId::kHeader) return !header_row_;
   if (static_cast<int64_t>(packet.frame.offset) <= greatest_offset_) return false;

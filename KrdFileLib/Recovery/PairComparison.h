@@ -8,8 +8,8 @@
 #include "CommonLib/NonCopyableClassBase.h"
 #include "CommonLib/Uuid.h"
 #include "KrdFileLib/Recovery/IndexSnapshot.h"
-#include "KrdFileLib/Recovery/PacketCheck.h"
-#include "KrdFileLib/Recovery/PacketWalk.h"
+#include "KrdFileLib/Recovery/RecoveryWalk.h"
+#include "KrdFileLib/Walk/PacketCheck.h"
 #include "KrdFileLib/Recovery/PairRecovery.h"
 
 namespace Varnholt::KrdFiles::Recovery {
@@ -33,7 +33,7 @@ CommonLib::Uuid ReadOwnHeader(KrdInstance& file);
 // unindexed when there is no file_information row at all.
 class PairComparison : public CommonLib::NonCopyableClassBase {
  public:
-  using Unindexed = std::function<void(const CheckedPacket&)>;
+  using Unindexed = std::function<void(const Walk::CheckedPacket&)>;
 
   // header_guid is the GUID of the data file's header, already read.
   PairComparison(KrdInstance& file, const std::string& krq_path, CommonLib::Uuid header_guid);
@@ -51,11 +51,11 @@ class PairComparison : public CommonLib::NonCopyableClassBase {
 
   // The rows up to the packet: those before it name no packet start, those
   // at it must be of its kind.
-  void MatchRows(IndexSnapshot::Rows& rows, const CheckedPacket& packet);
+  void MatchRows(IndexSnapshot::Rows& rows, const Walk::CheckedPacket& packet);
   // The rows past the last whole packet, once the walk has ended.
   void MatchRemainingRows(IndexSnapshot::Rows& rows, const WalkEnd& end);
-  void MatchGroupRows(IndexSnapshot& index, const PacketCheck& check, const WalkEnd& end);
-  bool IsUnindexed(IndexSnapshot& index, const CheckedPacket& packet) const;
+  void MatchGroupRows(IndexSnapshot& index, const Walk::PacketCheck& check, const WalkEnd& end);
+  bool IsUnindexed(IndexSnapshot& index, const Walk::CheckedPacket& packet) const;
 
   void AddBadRow(const OffsetTable& table, int64_t offset, std::string problem);
   void AddUnindexed(uint64_t offset);

@@ -8,12 +8,12 @@
 #include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/DataFile/PairPaths.h"
 #include "KrdFileLib/DataFile/PlatformFile.h"
-#include "KrdFileLib/Recovery/IndexRestore.h"
-#include "KrdFileLib/Recovery/PacketCheck.h"
-#include "KrdFileLib/Recovery/PacketWalk.h"
 #include "KrdFileLib/Recovery/PairComparison.h"
 #include "KrdFileLib/Recovery/PairRecovery.h"
+#include "KrdFileLib/Recovery/RecoveryWalk.h"
 #include "KrdFileLib/Recovery/SideFiles.h"
+#include "KrdFileLib/Walk/IndexRestore.h"
+#include "KrdFileLib/Walk/PacketCheck.h"
 
 namespace Varnholt::KrdFiles::Recovery {
 
@@ -57,10 +57,10 @@ void CatchUpIndex(const std::string& krd_path, const std::string& krq_path,
   file.OpenForReading();
   Index::IndexConnection index(krq_path, nullptr);
   index.Open();
-  IndexRestore restore(file, index);
+  Walk::IndexRestore restore(file, index, Walk::WalkRules::Recovery());
   PairComparison comparison(file, krq_path, ReadOwnHeader(file));
   const VerifyReport walked =
-      comparison.Run(progress, [&](const CheckedPacket& packet) { restore.Restore(packet); });
+      comparison.Run(progress, [&](const Walk::CheckedPacket& packet) { restore.Restore(packet); });
   index.Close();
   if (walked.index_unusable) throw Errors::SqliteError(*walked.index_unusable);
   done.actions.push_back("restored the index rows of " + Decimal(restore.Restored()) +
@@ -84,10 +84,10 @@ BuiltIndex BuildIndex(const std::string& krd_path, const std::string& path,
   Index::IndexConnection index(path, nullptr);
   index.Create();
   index.DisableSynchronousWrites();
-  IndexRestore restore(file, index);
-  PacketCheck check(file);
-  PacketWalk walk(file, check, progress);
-  walk.Run([&](const CheckedPacket& packet) { restore.Restore(packet); });
+  Walk::IndexRestore restore(file, index, Walk::WalkRules::Recovery());
+  Walk::PacketCheck check(Walk::WalkRules::Recovery());
+  RecoveryWalk walk(file, check, progress);
+  walk.Run([&](const Walk::CheckedPacket& packet) { restore.Restore(packet); });
   index.Close();
   return BuiltIndex{restore.Restored(), restore.Replaced()};
 }

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "KrdFileLib/Recovery/PairRecovery.h"
+#include "tests/Recovery/RebuiltIndexGolden.h"
 #include "tests/Recovery/RecoveryFixture.h"
 
 namespace Varnholt::Testing {
@@ -61,68 +62,6 @@ struct Expected {
     return side_file_number = std::move(number), *this;
   }
 };
-
-// The pair "rec" as recorded, and the means to damage it.
-struct Pair {
-  std::string krd;
-  std::string krq;
-  std::vector<FramedPacket> packets;
-
-  // The n-th packet of a kind, counted from the end when n is negative.
-  const FramedPacket& Nth(Kind kind, int n) const {
-    std::vector<const FramedPacket*> found;
-    for (const auto& packet : packets) {
-      if (packet.kind == kind) found.push_back(&packet);
-    }
-    return *found.at(n < 0 ? found.size() + n : static_cast<std::size_t>(n));
-  }
-  uint64_t Size() const { return packets.back().offset + packets.back().size; }
-  Bytes PacketBytes(const FramedPacket& packet) const {
-    const Bytes file = FileBytes(krd);
-    return Bytes(file.begin() + packet.offset, file.begin() + packet.offset + packet.size);
-  }
-  void Append(const Bytes& bytes) const {
-    Bytes file = FileBytes(krd);
-    file.insert(file.end(), bytes.begin(), bytes.end());
-    WriteFile(krd, file);
-  }
-  void Overwrite(uint64_t offset, const Bytes& bytes) const {
-    Bytes file = FileBytes(krd);
-    std::copy(bytes.begin(), bytes.end(), file.begin() + offset);
-    WriteFile(krd, file);
-  }
-  // The offsets of the packets from offset on.
-  std::vector<uint64_t> StartsFrom(uint64_t offset) const {
-    std::vector<uint64_t> starts;
-    for (const auto& packet : packets) {
-      if (packet.offset >= offset) starts.push_back(packet.offset);
-    }
-    return starts;
-  }
-  void Sql(const std::string& statements) const { ASSERT_TRUE(ExecuteSql(krq, statements)); }
-  // The index as if the writer had stopped before committing the rows of
-  // the packets from group 2's on: those rows are gone, the annotation too.
-  // Group 2's row has no offset; it stays unless group_row_lost. Returns
-  // the packets that then have no row.
-  std::vector<uint64_t> LagFromGroup2(bool group_row_lost) const {
-    const uint64_t group = Nth(Kind::kChannelGroup, 1).offset;
-    std::string sql = "UPDATE file_information SET annotation = '';";
-    for (const char* table :
-         {"device", "device_attributes", "physical_channel", "physical_channel_attr", "channel",
-          "event_source", "event", "data", "post_process"}) {
-      sql +=
-          std::string("DELETE FROM ") + table + " WHERE offset >= " + std::to_string(group) + ";";
-    }
-    if (group_row_lost) sql += "DELETE FROM channel_group WHERE group_id = 2;";
-    Sql(sql);
-    return StartsFrom(group_row_lost ? group : group + 1);
-  }
-};
-
-// Bytes that a torn append leaves: the first count bytes of a packet.
-Bytes Cut(const Bytes& packet, std::size_t count) {
-  return Bytes(packet.begin(), packet.begin() + count);
-}
 
 struct DamageCase {
   const char* name;
@@ -354,6 +293,7 @@ TEST_P(PairRecoveryTest, VerifyFindsTheDamageAndRepairMendsItOnce) {
   EXPECT_EQ(FileBytes(pair.krq), old_index) << "Verify changes nothing";
 
   const RepairReport done = Repair(pair.krd, pair.krq);
+  ExpectGolden(std::string("Repair/") + GetParam().name, RowsNamingTheGuid(pair.krq, pair.krd));
   EXPECT_EQ(FirstWords(done.actions), want.actions) << ::testing::PrintToString(done.actions);
   std::vector<std::string> side_files;
   const uint64_t whole_end = want.torn_at.value_or(damaged.size());
