@@ -20,6 +20,8 @@ namespace Varnholt::KrdFiles {
 
 namespace Packets {
 class PacketBase;
+}
+namespace Reading {
 class SampleBuffer;
 }
 
@@ -157,7 +159,7 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   // that way, or -1 when there is none. A result larger than samples can
   // hold is refused (code 36) before anything is read.
   void GetChannelData(uint16_t channel_id, int64_t start_time, int64_t length,
-                      int64_t& continuation_time, Packets::SampleBuffer& samples);
+                      int64_t& continuation_time, Reading::SampleBuffer& samples);
   // The last frame time of the group's latest-starting block; 0 without blocks.
   int64_t GetMaxChGroupTime(uint16_t group_id);
 

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 
 #include "KrdFileLib/Index/DataTable.h"
@@ -50,15 +49,6 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   // looked up again when the block names it.
   static DataPacket ReadOfGroup(KrdInstance& file, Index::IndexConnection& connection,
                                 const ChannelGroupPacket& group, uint64_t offset);
-
-  // The group's block with the smallest start after time, and the one with
-  // the greatest start before time.
-  static std::optional<Index::DataRecordRef> FindNextBlock(Index::IndexConnection& connection,
-                                                           uint16_t channel_group_id,
-                                                           int64_t time_range_end);
-  static std::optional<Index::DataRecordRef> FindPreviousBlock(Index::IndexConnection& connection,
-                                                               uint16_t channel_group_id,
-                                                               int64_t time_range_start);
 
   int64_t StartTimeOffset() const { return start_time_offset_; }
   int64_t EndTimeOffset() const { return end_time_offset_; }
