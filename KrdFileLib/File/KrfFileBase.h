@@ -221,6 +221,16 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
 
   std::recursive_mutex& Mutex() { return mutex_; }
 
+  // Runs read(index, data file) as one reading operation, under the file's
+  // lock like the operations above: how the reading layer
+  // (Reading/RecordingReader.h) reaches entities, blocks and events that no
+  // member operation hands out whole. read changes neither file.
+  template <typename Read>
+  decltype(auto) ReadPair(Read&& read) {
+    auto lock = LockFile();
+    return read(index_, data_file_);
+  }
+
  protected:
   // Refusals by mode: appending new content, and changing the recording.
   virtual void CheckRecordAllowed() const {}

@@ -7,6 +7,7 @@
 #include "KrdFileLib/Index/DataTable.h"
 #include "KrdFileLib/Packets/FrameGrid.h"
 #include "KrdFileLib/Reading/ChannelSampleReader.h"
+#include "KrdFileLib/Reading/ContinuationTime.h"
 #include "KrdFileLib/Reading/SampleBuffer.h"
 #include "KrdFileLib/Reading/SampleSink.h"
 
@@ -20,9 +21,6 @@ class ChannelPacket;
 }  // namespace Varnholt::KrdFiles::Packets
 
 namespace Varnholt::KrdFiles::Reading {
-
-// The continuation time of a read when the group has no more data that way.
-inline constexpr int64_t kNoMoreData = -1;  // all bits set
 
 // One read of a channel's samples by time, the one read path of the
 // library: the exported GetChannelData and RecordingReader both run it.
