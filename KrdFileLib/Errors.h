@@ -198,6 +198,11 @@ inline E36 ResultTooLarge(uint64_t bytes, uint64_t most) {
              " bytes an array can hold; read the time range in shorter pieces.");
 }
 inline E36 StartTimeExceedsEndTime() { return E36("The startTime exceeds endTime."); }
+// RecordingReader hands a channel's samples on through the caller's buffer.
+inline E36 SampleBufferTooSmall(uint64_t bytes, uint64_t sample_size) {
+  return E36("A buffer of " + Decimal(bytes) + " bytes cannot hold one sample of " + Decimal(sample_size) +
+             " bytes.");
+}
 inline E36 TextTooLong(std::string_view field, uint64_t length, uint64_t limit) {
   return E36("The " + std::string(field) + " is " + Decimal(length) + " bytes long; a packet holds at most " +
              Decimal(limit) + " bytes.");

@@ -120,13 +120,13 @@ class HostOutput {
 // Samples read straight into the handle the host receives; like every
 // array output it is always written, empty after a failure.
 template <>
-class HostArgument<KrdU8ArrayHandle*, Packets::SampleBuffer&> {
+class HostArgument<KrdU8ArrayHandle*, Reading::SampleBuffer&> {
  public:
   explicit HostArgument(KrdU8ArrayHandle* destination) : destination_(destination) {}
   void Prepare() const {
     if (destination_ == nullptr) throw BadHostInput("null output address");
   }
-  Packets::SampleBuffer& Get() { return samples_; }
+  Reading::SampleBuffer& Get() { return samples_; }
   bool Finish(bool succeeded) noexcept {
     return destination_ == nullptr || samples_.HandTo(destination_, succeeded);
   }

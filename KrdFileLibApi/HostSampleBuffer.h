@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "KrdFileLib/Packets/SampleBuffer.h"
+#include "KrdFileLib/Reading/SampleBuffer.h"
 #include "KrdFileLibApi.h"
 
 namespace Varnholt::KrdFiles {
@@ -11,7 +11,7 @@ namespace Varnholt::KrdFiles {
 // read fills the handle it will return, so a result takes its own size in
 // memory once, not twice. A host array counts its elements in 32 bits,
 // which bounds the result.
-class HostSampleBuffer final : public Packets::SampleBuffer {
+class HostSampleBuffer final : public Reading::SampleBuffer {
  public:
   HostSampleBuffer();
   ~HostSampleBuffer() override;

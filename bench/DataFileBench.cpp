@@ -11,15 +11,16 @@
 #include "KrdFileLib/DataTypeRegistry.h"
 #include "KrdFileLib/DataFile/KrdInstance.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
-#include "KrdFileLib/Packets/ChannelSampleReader.h"
 #include "KrdFileLib/Packets/DataPacket.h"
 #include "KrdFileLib/Packets/FrameGrid.h"
-#include "KrdFileLib/Packets/SampleBuffer.h"
+#include "KrdFileLib/Reading/ChannelSampleReader.h"
+#include "KrdFileLib/Reading/SampleBuffer.h"
 
 namespace {
 
 using namespace Varnholt::KrdFiles;
 using namespace Varnholt::KrdFiles::Packets;
+using namespace Varnholt::KrdFiles::Reading;
 
 constexpr uint16_t kInt16Type = 1;
 

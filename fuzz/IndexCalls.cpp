@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "KrdFileLib/Exceptions.h"
-#include "KrdFileLib/Packets/SampleBuffer.h"
+#include "KrdFileLib/Reading/SampleBuffer.h"
 
 namespace Varnholt::Fuzzing {
 
@@ -147,10 +147,10 @@ void ReadChannelData(KrfFileBase& file, uint16_t channel) {
   static constexpr Read kReads[] = {{0, 100}, {85, -60}, {kMin, kMax}, {kMax, -kMax}};
   for (const Read read : kReads) {
     int64_t next = -1;
-    Packets::ByteVectorSampleBuffer samples;
+    Reading::ByteVectorSampleBuffer samples;
     Try([&] { file.GetChannelData(channel, read.start, read.length, next, samples); });
     if (next >= 0) {
-      Packets::ByteVectorSampleBuffer more;
+      Reading::ByteVectorSampleBuffer more;
       Try([&] { file.GetChannelData(channel, next, read.length, next, more); });
     }
   }
@@ -184,7 +184,7 @@ void ReadChannels(KrfFileBase& file, ListedIds& ids) {
     ReadPostProcesses(file, channel, ids);
   }
   int64_t next = -1;
-  Packets::ByteVectorSampleBuffer samples;
+  Reading::ByteVectorSampleBuffer samples;
   Try([&] { file.GetChannelData(999, 0, 10, next, samples); });
   ReadPostProcessSteps(file, ids);
 }

@@ -8,6 +8,7 @@
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/DataPacket.h"
+#include "KrdFileLib/Reading/ChannelRead.h"
 
 namespace Varnholt::KrdFiles {
 
@@ -24,13 +25,13 @@ void KrfFileBase::RecordChannelGroupData(uint16_t group_id, int64_t start_time_o
 }
 
 void KrfFileBase::GetChannelData(uint16_t channel_id, int64_t start_time, int64_t length,
-                                 int64_t& continuation_time, Packets::SampleBuffer& samples) {
+                                 int64_t& continuation_time, Reading::SampleBuffer& samples) {
   auto lock = LockFile();
   const auto channel = ChannelPacket::Find(index_, channel_id);
   const uint64_t chunk_size =
       settings_ ? settings_->ReadChunkSize() : FileLibrarySettings::kDefaultReadChunkSize;
-  continuation_time =
-      channel->GetChannelData(index_, data_file_, start_time, length, chunk_size, samples);
+  Reading::ChannelRead read(index_, data_file_, *channel, start_time, length, chunk_size);
+  continuation_time = read.Into(samples);
 }
 
 int64_t KrfFileBase::GetMaxChGroupTime(uint16_t group_id) {

@@ -19,6 +19,8 @@ namespace Varnholt::KrdFiles {
 
 namespace Packets {
 class PacketBase;
+}
+namespace Reading {
 class SampleBuffer;
 }
 
@@ -156,7 +158,7 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   // that way, or -1 when there is none. A result larger than samples can
   // hold is refused (code 36) before anything is read.
   void GetChannelData(uint16_t channel_id, int64_t start_time, int64_t length,
-                      int64_t& continuation_time, Packets::SampleBuffer& samples);
+                      int64_t& continuation_time, Reading::SampleBuffer& samples);
   // The last frame time of the group's latest-starting block; 0 without blocks.
   int64_t GetMaxChGroupTime(uint16_t group_id);
 
@@ -217,6 +219,16 @@ class KrfFileBase : public CommonLib::PolymorphicBasedClassBase,
   std::string GetPostProcessLabel(uint32_t post_process_id);
 
   std::recursive_mutex& Mutex() { return mutex_; }
+
+  // Runs read(index, data file) as one reading operation, under the file's
+  // lock like the operations above: how the reading layer
+  // (Reading/RecordingReader.h) reaches entities, blocks and events that no
+  // member operation hands out whole. read changes neither file.
+  template <typename Read>
+  decltype(auto) ReadPair(Read&& read) {
+    auto lock = LockFile();
+    return read(index_, data_file_);
+  }
 
  protected:
   // Refusals by mode: appending new content, and changing the recording.

@@ -9,9 +9,24 @@ DataTable::DataTable() : IndexTable(kTableName) {
   RegisterKey({&channel_group_id, &start_time_offset, &end_time_offset});
 }
 
+void DataTable::PointAt(DataRecordRef& record) {
+  start_time_offset.PointAt(&record.start_time_offset);
+  end_time_offset.PointAt(&record.end_time_offset);
+  offset.PointAt(&record.offset);
+}
+
 std::vector<DataRecordRef> DataTable::SelectDataInRange(IndexConnection& connection,
                                                         uint16_t channel_group_id,
                                                         int64_t start_time, int64_t end_time) {
+  std::vector<DataRecordRef> records;
+  ForEachDataInRange(connection, channel_group_id, start_time, end_time,
+                     [&records](const DataRecordRef& record) { records.push_back(record); });
+  return records;
+}
+
+void DataTable::ForEachDataInRange(IndexConnection& connection, uint16_t channel_group_id,
+                                   int64_t start_time, int64_t end_time,
+                                   const std::function<void(const DataRecordRef&)>& visit) {
   if (start_time > end_time) throw Errors::StartTimeExceedsEndTime();
   // From the last block that starts at or before start_time (or from time 0
   // when none does) up to the last block that starts at or before end_time.
@@ -26,15 +41,44 @@ std::vector<DataRecordRef> DataTable::SelectDataInRange(IndexConnection& connect
 
   DataTable table;
   DataRecordRef record;
-  table.start_time_offset.PointAt(&record.start_time_offset);
-  table.end_time_offset.PointAt(&record.end_time_offset);
-  table.offset.PointAt(&record.offset);
-  std::vector<DataRecordRef> records;
+  table.PointAt(record);
   for (bool has_row = table.SelectFirst(connection, command); has_row; has_row = table.NextRow()) {
     // The block found by the lower bound may end before the range begins.
-    if (record.end_time_offset >= start_time) records.push_back(record);
+    if (record.end_time_offset >= start_time) visit(record);
   }
-  return records;
+}
+
+std::optional<DataRecordRef> DataTable::SelectBlock(IndexConnection& connection,
+                                                    const SqlCommand& command) {
+  DataTable table;
+  DataRecordRef block;
+  table.PointAt(block);
+  if (!table.SelectFirst(connection, command)) return std::nullopt;
+  return block;
+}
+
+std::optional<DataRecordRef> DataTable::FindNextBlock(IndexConnection& connection,
+                                                      uint16_t channel_group_id,
+                                                      int64_t time_range_end) {
+  SqlCommand command(
+      "select * from data where channel_group_id = @channelGroupId and start_time_offset = "
+      "(select min(start_time_offset) from data where channel_group_id = @channelGroupId and "
+      "start_time_offset > @timeRangeEnd)");
+  command.AddIntParameter("@channelGroupId", channel_group_id);
+  command.AddInt64Parameter("@timeRangeEnd", time_range_end);
+  return SelectBlock(connection, command);
+}
+
+std::optional<DataRecordRef> DataTable::FindPreviousBlock(IndexConnection& connection,
+                                                          uint16_t channel_group_id,
+                                                          int64_t time_range_start) {
+  SqlCommand command(
+      "select * from data where channel_group_id = @channelGroupId and start_time_offset = "
+      "(select max(start_time_offset) from data where channel_group_id = @channelGroupId and "
+      "start_time_offset < @timeRangeStart)");
+  command.AddIntParameter("@channelGroupId", channel_group_id);
+  command.AddInt64Parameter("@timeRangeStart", time_range_start);
+  return SelectBlock(connection, command);
 }
 
 int64_t DataTable::GetLastDataEndTime(IndexConnection& connection, uint16_t channel_group_id) {

@@ -10,19 +10,31 @@ EventTable::EventTable() : IndexTable(kTableName) {
 std::vector<uint32_t> EventTable::SelectEventsInRange(IndexConnection& connection,
                                                       uint16_t event_source_id, int64_t start_time,
                                                       int64_t end_time) {
+  std::vector<uint32_t> event_ids;
+  ForEachEventInRange(
+      connection, event_source_id, start_time, end_time,
+      [&event_ids](const EventTable& row) { event_ids.push_back(row.event_id.Value()); });
+  return event_ids;
+}
+
+void EventTable::ForEachEventInRange(IndexConnection& connection,
+                                     std::optional<uint16_t> event_source_id, int64_t start_time,
+                                     int64_t end_time,
+                                     const std::function<void(const EventTable& row)>& visit) {
   SqlCommand command(
-      "select * from event where (event_source_id = @eventSourceId) and (@startTime <= "
-      "event_time) and (event_time <= @endTime) order by event_time");
-  command.AddIntParameter("@eventSourceId", event_source_id);
+      event_source_id
+          ? "select * from event where (event_source_id = @eventSourceId) and (@startTime <= "
+            "event_time) and (event_time <= @endTime) order by event_time"
+          : "select * from event where (@startTime <= event_time) and (event_time <= @endTime) "
+            "order by event_time, event_id");
+  if (event_source_id) command.AddIntParameter("@eventSourceId", *event_source_id);
   command.AddInt64Parameter("@startTime", start_time);
   command.AddInt64Parameter("@endTime", end_time);
 
   EventTable table;
-  std::vector<uint32_t> event_ids;
   for (bool has_row = table.SelectFirst(connection, command); has_row; has_row = table.NextRow()) {
-    event_ids.push_back(table.event_id.Value());
+    visit(table);
   }
-  return event_ids;
 }
 
 int64_t EventTable::GetLastEventTime(IndexConnection& connection, uint16_t event_source_id) {

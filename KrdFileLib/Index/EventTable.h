@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <vector>
 
 #include "KrdFileLib/Index/IndexConnection.h"
@@ -21,6 +23,13 @@ class EventTable final : public IndexTable {
   static std::vector<uint32_t> SelectEventsInRange(IndexConnection& connection,
                                                    uint16_t event_source_id, int64_t start_time,
                                                    int64_t end_time);
+  // The rows of those events, or of every source's events in the range
+  // (by time, then id) without a source, each handed to visit in the table
+  // that holds it as it comes.
+  static void ForEachEventInRange(IndexConnection& connection,
+                                  std::optional<uint16_t> event_source_id, int64_t start_time,
+                                  int64_t end_time,
+                                  const std::function<void(const EventTable& row)>& visit);
   // The source's latest event time; 0 for a source without events.
   static int64_t GetLastEventTime(IndexConnection& connection, uint16_t event_source_id);
 

@@ -1,43 +1,9 @@
 #include "KrdFileLib/Packets/ChannelPacket.h"
 
-#include <optional>
-
 #include "KrdFileLib/Errors.h"
 #include "KrdFileLib/Packets/ChannelGroupPacket.h"
-#include "KrdFileLib/Packets/ChannelSampleReader.h"
-#include "KrdFileLib/Packets/DataPacket.h"
-#include "KrdFileLib/Packets/SampleBuffer.h"
 
 namespace Varnholt::KrdFiles::Packets {
-
-namespace {
-
-// Where the data goes on past the window within the block read last
-// (forward) or first (backward): the frame right after or right before
-// the window, if that block has one.
-int64_t TimeBeyondWindow(const std::optional<FrameGrid>& block, const TimeWindow& window,
-                         bool forward) {
-  if (!block) return kNoMoreData;
-  if (forward) {
-    const uint64_t after = block->FramesAtOrBefore(window.last);
-    return after < block->FrameCount() ? block->FrameTime(after) : kNoMoreData;
-  }
-  const uint64_t first_inside = block->FirstFrameAtOrAfter(window.first);
-  return first_inside > 0 ? block->FrameTime(first_inside - 1) : kNoMoreData;
-}
-
-// Where the group's data continues past the window, in a block of its own.
-int64_t TimeInNeighbourBlock(Index::IndexConnection& connection, uint16_t group_id,
-                             const TimeWindow& window, bool forward) {
-  if (forward) {
-    const auto next = DataPacket::FindNextBlock(connection, group_id, window.last);
-    return next ? next->start_time_offset : kNoMoreData;
-  }
-  const auto previous = DataPacket::FindPreviousBlock(connection, group_id, window.first);
-  return previous ? previous->end_time_offset : kNoMoreData;
-}
-
-}  // namespace
 
 ChannelPacket::ChannelPacket(uint16_t channel_group_id, uint16_t physical_channel_id,
                              uint8_t interleave_index, std::string label)
@@ -88,33 +54,6 @@ void ChannelPacket::CheckInterleaveIndex(const ChannelGroupPacket& group,
 
 void ChannelPacket::CheckInterleaveIndex(Index::IndexConnection& connection) const {
   CheckInterleaveIndex(*ChannelGroupPacket::Find(connection, channel_group_id_), interleave_index_);
-}
-
-int64_t ChannelPacket::GetChannelData(Index::IndexConnection& connection, KrdInstance& file,
-                                      int64_t start_time, int64_t length, uint64_t chunk_size,
-                                      SampleBuffer& samples) const {
-  if (length == 0) throw Errors::ZeroLengthInterval();
-  const auto group = ChannelGroupPacket::Find(connection, channel_group_id_);
-  const TimeWindow window = TimeWindow::ForInterval(start_time, length);
-  ChannelSampleReader reader(file, *group, interleave_index_, chunk_size);
-
-  std::optional<FrameGrid> first_block;
-  std::optional<FrameGrid> last_block;
-  const std::vector<Index::DataRecordRef> records =
-      Index::DataTable::SelectDataInRange(connection, channel_group_id_, window.first, window.last);
-  reader.Reserve(records, window, samples);
-  for (const Index::DataRecordRef& record : records) {
-    const DataPacket block =
-        DataPacket::ReadOfGroup(file, connection, *group, static_cast<uint64_t>(record.offset));
-    reader.AppendSamples(block, window, samples);
-    if (!first_block) first_block = block.Frames();
-    last_block = block.Frames();
-  }
-  const bool forward = length > 0;
-  const int64_t continuation =
-      TimeBeyondWindow(forward ? last_block : first_block, window, forward);
-  if (continuation != kNoMoreData) return continuation;
-  return TimeInNeighbourBlock(connection, channel_group_id_, window, forward);
 }
 
 void ChannelPacket::AppendBody(Bytes& body) const {

@@ -12,11 +12,6 @@ namespace Varnholt::KrdFiles::Packets {
 
 class ChannelGroupPacket;
 
-class SampleBuffer;
-
-// The continuation time of a read when the group has no more data that way.
-inline constexpr int64_t kNoMoreData = -1;  // all bits set
-
 // One channel of a channel group: the physical channel it comes from and
 // its place (interleave index) in each of the group's frames. The index
 // also keeps whether the channel is disabled, which the file does not
@@ -49,14 +44,6 @@ class ChannelPacket final : public IndexedPacket<Index::ChannelTable> {
   // Before the channel is added: finds its group (code 19) and checks the
   // interleave index against it (code 43).
   void CheckInterleaveIndex(Index::IndexConnection& connection) const;
-
-  // Puts the channel's samples over length ticks from start_time into
-  // samples, forward for a positive length and backward for a negative one
-  // (code 42 for 0), in time order, read from file chunk_size bytes at a
-  // time; returns where the next read in the same direction continues
-  // (kNoMoreData when nothing follows).
-  int64_t GetChannelData(Index::IndexConnection& connection, KrdInstance& file, int64_t start_time,
-                         int64_t length, uint64_t chunk_size, SampleBuffer& samples) const;
 
   void AppendBody(Bytes& body) const override;
 

@@ -21,18 +21,6 @@ uint64_t CountFrames(uint64_t frame_size, uint64_t sample_bytes) {
   return sample_bytes / frame_size;
 }
 
-// The row of the one block that command selects, if any.
-std::optional<Index::DataRecordRef> SelectBlock(Index::IndexConnection& connection,
-                                                const Index::SqlCommand& command) {
-  Index::DataTable table;
-  Index::DataRecordRef block;
-  table.start_time_offset.PointAt(&block.start_time_offset);
-  table.end_time_offset.PointAt(&block.end_time_offset);
-  table.offset.PointAt(&block.offset);
-  if (!table.SelectFirst(connection, command)) return std::nullopt;
-  return block;
-}
-
 }  // namespace
 
 DataPacket::DataPacket(const ChannelGroupPacket& group, int64_t start_time_offset,
@@ -133,29 +121,6 @@ DataPacket DataPacket::ReadOfGroup(KrdInstance& file, Index::IndexConnection& co
   if (got < kFrameSize + fixed_bytes) throw Errors::KrdFileEndedUnexpectedly();
   const auto fixed_body = std::span(head).subspan(kFrameSize, fixed_bytes);
   return DataPacket(connection, frame, Bytes(fixed_body.begin(), fixed_body.end()), &group);
-}
-
-std::optional<Index::DataRecordRef> DataPacket::FindNextBlock(Index::IndexConnection& connection,
-                                                              uint16_t channel_group_id,
-                                                              int64_t time_range_end) {
-  Index::SqlCommand command(
-      "select * from data where channel_group_id = @channelGroupId and start_time_offset = "
-      "(select min(start_time_offset) from data where channel_group_id = @channelGroupId and "
-      "start_time_offset > @timeRangeEnd)");
-  command.AddIntParameter("@channelGroupId", channel_group_id);
-  command.AddInt64Parameter("@timeRangeEnd", time_range_end);
-  return SelectBlock(connection, command);
-}
-
-std::optional<Index::DataRecordRef> DataPacket::FindPreviousBlock(
-    Index::IndexConnection& connection, uint16_t channel_group_id, int64_t time_range_start) {
-  Index::SqlCommand command(
-      "select * from data where channel_group_id = @channelGroupId and start_time_offset = "
-      "(select max(start_time_offset) from data where channel_group_id = @channelGroupId and "
-      "start_time_offset < @timeRangeStart)");
-  command.AddIntParameter("@channelGroupId", channel_group_id);
-  command.AddInt64Parameter("@timeRangeStart", time_range_start);
-  return SelectBlock(connection, command);
 }
 
 void DataPacket::AppendBody(Bytes& body) const {

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 
 #include "KrdFileLib/Index/DataTable.h"
@@ -57,15 +56,6 @@ class DataPacket final : public IndexedPacket<Index::DataTable> {
   // at least one), as the reading constructor checks and computes it.
   static int64_t EndTimeOf(uint64_t frame_size, uint32_t divisor, int64_t start_time,
                            uint64_t sample_bytes);
-
-  // The group's block with the smallest start after time, and the one with
-  // the greatest start before time.
-  static std::optional<Index::DataRecordRef> FindNextBlock(Index::IndexConnection& connection,
-                                                           uint16_t channel_group_id,
-                                                           int64_t time_range_end);
-  static std::optional<Index::DataRecordRef> FindPreviousBlock(Index::IndexConnection& connection,
-                                                               uint16_t channel_group_id,
-                                                               int64_t time_range_start);
 
   int64_t StartTimeOffset() const { return start_time_offset_; }
   int64_t EndTimeOffset() const { return end_time_offset_; }

@@ -1,4 +1,4 @@
-#include "KrdFileLib/Packets/ChannelSampleReader.h"
+#include "KrdFileLib/Reading/ChannelSampleReader.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,7 +8,12 @@
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/DataPacket.h"
 
-namespace Varnholt::KrdFiles::Packets {
+namespace Varnholt::KrdFiles::Reading {
+
+using Packets::ChannelGroupPacket;
+using Packets::DataPacket;
+using Packets::FrameGrid;
+using Packets::TimeWindow;
 
 namespace {
 
@@ -55,7 +60,7 @@ ChannelSampleReader::ChannelSampleReader(KrdInstance& file, const ChannelGroupPa
       frames_per_read_(frame_size_ == 0 ? 1 : std::max<uint64_t>(1, chunk_size / frame_size_)),
       divisor_(group.TimeBaseDivisor()) {
   // Keeps every sample inside its frame, whatever the index holds.
-  ChannelPacket::CheckInterleaveIndex(group, interleave_index);
+  Packets::ChannelPacket::CheckInterleaveIndex(group, interleave_index);
 }
 
 void ChannelSampleReader::Reserve(std::span<const Index::DataRecordRef> blocks,
@@ -76,7 +81,7 @@ void ChannelSampleReader::Reserve(std::span<const Index::DataRecordRef> blocks,
 }
 
 void ChannelSampleReader::AppendSamples(const DataPacket& block, const TimeWindow& window,
-                                        SampleBuffer& samples) {
+                                        SampleSink& samples) {
   const FrameGrid frames = block.Frames();
   const uint64_t first = frames.FirstFrameAtOrAfter(window.first);
   const uint64_t end = frames.FramesAtOrBefore(window.last);
@@ -84,12 +89,10 @@ void ChannelSampleReader::AppendSamples(const DataPacket& block, const TimeWindo
   AppendFrames(block.FirstFrameOffset() + first * frame_size_, end - first, samples);
 }
 
-void ChannelSampleReader::AppendFrames(uint64_t offset, uint64_t frame_count,
-                                       SampleBuffer& samples) {
+void ChannelSampleReader::AppendFrames(uint64_t offset, uint64_t frame_count, SampleSink& samples) {
   // The frame count comes from the file: the frames must be there before
-  // the result grows to hold their samples.
+  // samples are handed on for them.
   file_.RequireRange(offset, frame_count * frame_size_);
-  uint8_t* out = samples.Extend(frame_count * sample_size_).data();
   const uint64_t chunk_bytes = std::min(frame_count, frames_per_read_) * frame_size_;
   if (chunk_bytes_ < chunk_bytes) {
     chunk_ = std::make_unique_for_overwrite<uint8_t[]>(chunk_bytes);
@@ -99,12 +102,17 @@ void ChannelSampleReader::AppendFrames(uint64_t offset, uint64_t frame_count,
     const uint64_t frames_in_chunk = std::min(frame_count, frames_per_read_);
     const std::span<uint8_t> chunk(chunk_.get(), frames_in_chunk * frame_size_);
     file_.ReadInto(offset, chunk);
-    CopyChannelSamples(chunk.data() + sample_offset_, frames_in_chunk, frame_size_, sample_size_,
-                       out);
-    out += frames_in_chunk * sample_size_;
+    const uint8_t* sample = chunk.data() + sample_offset_;
+    for (uint64_t frames_left = frames_in_chunk; frames_left > 0;) {
+      const std::span<uint8_t> room = samples.Room(frames_left * sample_size_);
+      const uint64_t frames = room.size() / sample_size_;
+      CopyChannelSamples(sample, frames, frame_size_, sample_size_, room.data());
+      sample += frames * frame_size_;
+      frames_left -= frames;
+    }
     offset += chunk.size();
     frame_count -= frames_in_chunk;
   }
 }
 
-}  // namespace Varnholt::KrdFiles::Packets
+}  // namespace Varnholt::KrdFiles::Reading

@@ -5,8 +5,9 @@
 #include <span>
 
 #include "KrdFileLib/Packets/Coding.h"
+#include "KrdFileLib/Reading/SampleSink.h"
 
-namespace Varnholt::KrdFiles::Packets {
+namespace Varnholt::KrdFiles::Reading {
 
 // Where a channel read puts its samples: memory its caller owns, filled
 // from the front. A read reserves once what the index's rows say the result
@@ -16,10 +17,9 @@ namespace Varnholt::KrdFiles::Packets {
 // A buffer holds at most MaxBytes() (a host's array counts its elements in
 // 32 bits); a read whose result would pass that is refused with code 36,
 // as soon as the rows show it and before a byte of the data file is read.
-class SampleBuffer {
+class SampleBuffer : public SampleSink {
  public:
   explicit SampleBuffer(uint64_t max_bytes) : max_bytes_(max_bytes) {}
-  virtual ~SampleBuffer() = default;
   SampleBuffer(const SampleBuffer&) = delete;
   SampleBuffer& operator=(const SampleBuffer&) = delete;
 
@@ -33,6 +33,8 @@ class SampleBuffer {
   // The next bytes of the buffer, for the caller to fill; room is made as
   // by Reserve when there is too little.
   std::span<uint8_t> Extend(uint64_t bytes);
+  // The whole of bytes, as Extend.
+  std::span<uint8_t> Room(uint64_t bytes) override { return Extend(bytes); }
 
  protected:
   // Moves to storage of capacity bytes that keeps the first Size() bytes,
@@ -51,12 +53,12 @@ class ByteVectorSampleBuffer final : public SampleBuffer {
  public:
   ByteVectorSampleBuffer();
   // The samples read, once the read is done; the buffer is not used after.
-  Bytes Take();
+  Packets::Bytes Take();
 
  private:
   uint8_t* Grow(uint64_t capacity) override;
 
-  Bytes bytes_;
+  Packets::Bytes bytes_;
 };
 
-}  // namespace Varnholt::KrdFiles::Packets
+}  // namespace Varnholt::KrdFiles::Reading

@@ -2,13 +2,15 @@
 // has a loop of its own for and for one it has not, against a plain
 // reference, through chunks that end inside frames.
 
-#include "KrdFileLib/Packets/ChannelSampleReader.h"
 #include "KrdFileLib/Packets/DataPacket.h"
-#include "KrdFileLib/Packets/SampleBuffer.h"
+#include "KrdFileLib/Reading/ChannelSampleReader.h"
+#include "KrdFileLib/Reading/SampleBuffer.h"
 #include "tests/Packets/PacketTestSupport.h"
 
-namespace Varnholt::KrdFiles::Packets {
+namespace Varnholt::KrdFiles::Reading {
 namespace {
+
+using namespace Packets;
 
 constexpr uint16_t kTestedType = 42;
 constexpr uint8_t kChannels = 3;
@@ -85,4 +87,4 @@ TEST_F(PacketFileTest, ABlockLongerThanTheFileFailsBeforeItsSamplesAreAllocated)
 }
 
 }  // namespace
-}  // namespace Varnholt::KrdFiles::Packets
+}  // namespace Varnholt::KrdFiles::Reading

@@ -7,11 +7,13 @@
 
 #include "KrdFileLib/Packets/ChannelPacket.h"
 #include "KrdFileLib/Packets/DataPacket.h"
-#include "KrdFileLib/Packets/SampleBuffer.h"
+#include "KrdFileLib/Reading/ChannelRead.h"
 #include "tests/Packets/PacketTestSupport.h"
 
-namespace Varnholt::KrdFiles::Packets {
+namespace Varnholt::KrdFiles::Reading {
 namespace {
+
+using namespace Packets;
 
 // Group 1 has three channels of 2-byte samples, one frame every 10 ticks.
 // Block A has frames at 100 to 140, block B at 200 to 220. The channel
@@ -49,7 +51,7 @@ class ChannelReadTest : public PacketFileTest {
   // The samples of a read.
   Bytes Read(const ChannelPacket& channel, int64_t start, int64_t length, uint64_t chunk_size) {
     ByteVectorSampleBuffer samples;
-    channel.GetChannelData(index_, file_, start, length, chunk_size, samples);
+    ChannelRead(index_, file_, channel, start, length, chunk_size).Into(samples);
     return samples.Take();
   }
 
@@ -83,4 +85,4 @@ TEST_F(ChannelReadTest, WindowsReachingTowardsTheTimeLimitsReadEverythingOnTheir
 }
 
 }  // namespace
-}  // namespace Varnholt::KrdFiles::Packets
+}  // namespace Varnholt::KrdFiles::Reading

@@ -1,11 +1,11 @@
-#include "KrdFileLib/Packets/SampleBuffer.h"
+#include "KrdFileLib/Reading/SampleBuffer.h"
 
 #include <algorithm>
 #include <limits>
 
 #include "KrdFileLib/Errors.h"
 
-namespace Varnholt::KrdFiles::Packets {
+namespace Varnholt::KrdFiles::Reading {
 
 void SampleBuffer::Reserve(uint64_t total_bytes) {
   if (total_bytes > max_bytes_) throw Errors::ResultTooLarge(total_bytes, max_bytes_);
@@ -33,9 +33,9 @@ uint8_t* ByteVectorSampleBuffer::Grow(uint64_t capacity) {
   return bytes_.data();
 }
 
-Bytes ByteVectorSampleBuffer::Take() {
+Packets::Bytes ByteVectorSampleBuffer::Take() {
   bytes_.resize(static_cast<std::size_t>(Size()));
   return std::move(bytes_);
 }
 
-}  // namespace Varnholt::KrdFiles::Packets
+}  // namespace Varnholt::KrdFiles::Reading

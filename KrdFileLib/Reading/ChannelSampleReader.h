@@ -5,47 +5,55 @@
 #include <span>
 
 #include "KrdFileLib/Index/DataTable.h"
-#include "KrdFileLib/Packets/Coding.h"
 #include "KrdFileLib/Packets/FrameGrid.h"
-#include "KrdFileLib/Packets/SampleBuffer.h"
+#include "KrdFileLib/Reading/SampleBuffer.h"
+#include "KrdFileLib/Reading/SampleSink.h"
 
 namespace Varnholt::KrdFiles {
 class KrdInstance;
 }
 
 namespace Varnholt::KrdFiles::Packets {
-
 class ChannelGroupPacket;
 class DataPacket;
+}  // namespace Varnholt::KrdFiles::Packets
+
+namespace Varnholt::KrdFiles::Reading {
 
 // Cuts one channel's samples out of its group's data blocks in the KRD
 // file. A block is never loaded whole: only the frames whose times fall in
 // the window are read, a chunk at a time, and the frames before the window
 // are skipped without being read. The chunk size is rounded down to whole
 // frames, but is at least one frame, and one chunk buffer serves every
-// read, so a read needs no memory beyond that chunk and its result.
+// read, so a read needs no memory beyond that chunk and where its samples
+// go (a SampleSink).
 class ChannelSampleReader {
  public:
   // Reads the channel at interleave_index of group's frames; code 43 when
   // the group's frames have no such place, code 36 when its data type is
   // not registered.
-  ChannelSampleReader(KrdInstance& file, const ChannelGroupPacket& group, uint8_t interleave_index,
-                      uint64_t chunk_size);
+  ChannelSampleReader(KrdInstance& file, const Packets::ChannelGroupPacket& group,
+                      uint8_t interleave_index, uint64_t chunk_size);
+
+  uint32_t SampleSize() const { return sample_size_; }
 
   // Makes room in samples for what AppendSamples will add for blocks over
   // window, as far as their index rows tell, so that the result grows once;
   // code 36 when that is more than samples can hold. Never reserves more
   // than the file could hold.
-  void Reserve(std::span<const Index::DataRecordRef> blocks, const TimeWindow& window,
+  void Reserve(std::span<const Index::DataRecordRef> blocks, const Packets::TimeWindow& window,
                SampleBuffer& samples) const;
-  // Appends to samples the channel's samples of block whose times lie in
+  // Hands samples the channel's samples of block whose times lie in
   // window, in time order. Fails with "KRD file ended unexpectedly." when
-  // the block's frames are not all in the file, before samples grows.
-  void AppendSamples(const DataPacket& block, const TimeWindow& window, SampleBuffer& samples);
+  // the block's frames are not all in the file, before samples is handed
+  // any.
+  void AppendSamples(const Packets::DataPacket& block, const Packets::TimeWindow& window,
+                     SampleSink& samples);
 
  private:
-  // Appends the channel's sample of each of frame_count frames from offset.
-  void AppendFrames(uint64_t offset, uint64_t frame_count, SampleBuffer& samples);
+  // Hands samples the channel's sample of each of frame_count frames from
+  // offset.
+  void AppendFrames(uint64_t offset, uint64_t frame_count, SampleSink& samples);
 
   KrdInstance& file_;
   uint64_t frame_size_;
@@ -64,4 +72,4 @@ class ChannelSampleReader {
 void CopyChannelSamples(const uint8_t* first_sample, uint64_t frame_count, uint64_t frame_size,
                         uint32_t sample_size, uint8_t* out);
 
-}  // namespace Varnholt::KrdFiles::Packets
+}  // namespace Varnholt::KrdFiles::Reading
