@@ -93,8 +93,10 @@ void ChannelSampleReader::AppendFrames(uint64_t offset, uint64_t frame_count, Sa
   // The frame count comes from the file: the frames must be there before
   // samples are handed on for them.
   file_.RequireRange(offset, frame_count * frame_size_);
-  const uint64_t chunk_bytes = std::min(frame_count, frames_per_read_) * frame_size_;
-  if (chunk_bytes_ < chunk_bytes) {
+  // The scratch chunk only grows: a reader keeps the largest it has needed.
+  const uint64_t chunk_bytes =
+      std::max(chunk_bytes_, std::min(frame_count, frames_per_read_) * frame_size_);
+  if (chunk_bytes != chunk_bytes_) {
     chunk_ = std::make_unique_for_overwrite<uint8_t[]>(chunk_bytes);
     chunk_bytes_ = chunk_bytes;
   }
