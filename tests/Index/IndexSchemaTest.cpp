@@ -1,11 +1,7 @@
-// The tables a new KRQ file is given, and the statement texts tables build.
+// The tables a new KRQ file is given, and creating one over a file that is there.
 
 #include <fstream>
 
-#include "KrdFileLib/Index/DataTable.h"
-#include "KrdFileLib/Index/DeviceTable.h"
-#include "KrdFileLib/Index/FileInformationTable.h"
-#include "KrdFileLib/Index/IndexSchema.h"
 #include "tests/Index/IndexTestSupport.h"
 
 namespace Varnholt::KrdFiles::Index {
@@ -50,45 +46,6 @@ std::string FileContents(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-TEST(IndexTableTextTest, TablesGenerateTheSchemaInCreationOrder) {
-  EXPECT_EQ(CreateTableTexts(), kCreateTableTexts);
-}
-
-TEST(IndexTableTextTest, StatementTextsAreBuiltFromTheColumns) {
-  const DeviceTable device;
-  const DataTable data;
-  const FileInformationTable file;
-  const ColumnFilter data_key = {&data.channel_group_id, &data.start_time_offset,
-                                 &data.end_time_offset};
-  const std::vector<std::pair<std::string, std::string>> texts = {
-      {device.InsertText(false),
-       "insert into device(device_id, parent_id, label, offset) "
-       "values (?, ?, ?, ?)"},
-      {device.InsertText(true), "insert into device(parent_id, label, offset) values (?, ?, ?)"},
-      {data.InsertText(true),
-       "insert into data(channel_group_id, start_time_offset, "
-       "end_time_offset, offset) values (?, ?, ?, ?)"},
-      {device.UpdateText(),
-       "update device set parent_id = ?, label = ?, offset = ? "
-       "where device_id = ?"},
-      {data.UpdateText(),
-       "update data set offset = ? where channel_group_id = ? and "
-       "start_time_offset = ? and end_time_offset = ?"},
-      {data.SelectText(data_key),
-       "select * from data where channel_group_id = ? and "
-       "start_time_offset = ? and end_time_offset = ?"},
-      {file.SelectText({}), "select * from file_information"},
-      {device.DeleteText({&device.device_id}), "delete from device where device_id = ?"},
-      {device.CountText(), "SELECT COUNT(1) FROM device"},
-      {device.ColumnSelectText("max(device_id)"), "select max(device_id) from device"},
-      {device.IdSelectText("device_id", "parent_id"),
-       "select device_id from device where parent_id = ?"},
-      {device.PrimaryKeyList(), ""},
-      {data.PrimaryKeyList(), "channel_group_id, start_time_offset, end_time_offset"},
-  };
-  for (const auto& [built, expected] : texts) EXPECT_EQ(built, expected);
-}
-
 using IndexSchemaTest = CreatedIndexTest;
 
 TEST_F(IndexSchemaTest, ANewFileHoldsExactlyTheTablesInWalMode) {
@@ -105,15 +62,6 @@ TEST_F(IndexSchemaTest, ANewFileHoldsExactlyTheTablesInWalMode) {
   }
   EXPECT_TRUE(connection_.TableExists("data"));
   EXPECT_FALSE(connection_.TableExists("nothing"));
-}
-
-TEST_F(IndexSchemaTest, CreateOverAnExistingIndexEndsClosedAndChangesNothing) {
-  connection_.Close();
-  const std::string before = FileContents(path_);
-  IndexConnection again(path_, clock_);
-  EXPECT_THAT(Failure([&] { again.Create(); }), Pair(5, "KRQ file already exists."));
-  EXPECT_FALSE(again.IsOpen());
-  EXPECT_EQ(FileContents(path_), before);
 }
 
 TEST_F(IndexSchemaTest, CreateOverAFileWithoutTheDataTableStopsAtTheFirstTableThere) {

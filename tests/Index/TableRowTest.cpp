@@ -1,6 +1,6 @@
-// Rows written and read through a table's columns, for every value type.
+// Rows written and read through a table's columns, for every value type,
+// and what a row written by another program reads as.
 
-#include "KrdFileLib/Index/DataTable.h"
 #include "KrdFileLib/Index/DeviceTable.h"
 #include "KrdFileLib/Index/IndexTable.h"
 #include "KrdFileLib/Index/TableColumn.h"
@@ -140,62 +140,11 @@ TEST_F(IndexTableRowTest, TextIsStoredUpToAnEmbeddedNul) {
   EXPECT_EQ(QueryInt64(connection_, "select length(text) from all_types"), 2);
 }
 
-TEST_F(IndexTableRowTest, AnEmptyBlobIsStoredAsABlobNotNull) {
-  WriteAndReadBack(Row{}, Uuid::Nil());
-  EXPECT_EQ(QueryInt64(connection_, "select count(1) from all_types where blob = x''"), 1);
-}
-
 TEST_F(IndexTableRowTest, ARowIdIsCutToTheColumnsWidth) {
   connection_.ExecuteNonQuery(SqlCommand("insert into device(device_id) values (65537)"));
   DeviceTable device;
   device.Insert(connection_, true);
   EXPECT_EQ(device.device_id.Value(), 2);
-}
-
-TEST_F(IndexTableRowTest, ColumnsPointedAtFieldsWriteAndFillThem) {
-  struct Block {
-    int64_t start = 5;
-    int64_t end = 9;
-  } written, read;
-  DataTable data;
-  data.start_time_offset.PointAt(&written.start);
-  data.end_time_offset.PointAt(&written.end);
-  data.Insert(connection_, false);
-  data.start_time_offset.PointAt(&read.start);
-  data.end_time_offset.PointAt(&read.end);
-  read = Block{0, 0};
-  ASSERT_TRUE(data.SelectFirst(connection_, ColumnFilter{}));
-  EXPECT_EQ(read.start, 5);
-  EXPECT_EQ(read.end, 9);
-  data.start_time_offset.PointAt(nullptr);
-  EXPECT_EQ(data.start_time_offset.Value(), 0);
-}
-
-TEST_F(IndexTableRowTest, RowsAreUpdatedByKeyAndDeletedByFilter) {
-  DeviceTable device;
-  for (const char* label : {"a", "b", "c"}) {
-    device.parent_id.Set(0);
-    device.label.Set(label);
-    device.Insert(connection_, true);
-  }
-  device.device_id.Set(2);
-  device.label.Set("B");
-  device.parent_id.Set(1);
-  device.Update(connection_);
-  EXPECT_EQ(device.SelectIds(connection_, device.device_id, device.parent_id, 0),
-            (std::vector<uint16_t>{1, 3}));
-  ASSERT_TRUE(device.SelectFirst(connection_, {&device.parent_id}));
-  EXPECT_EQ(device.label.Value(), "B");
-  device.label.Set("kept");
-  EXPECT_FALSE(device.NextRow());  // reading past the last row leaves the buffer alone
-  EXPECT_EQ(device.label.Value(), "kept");
-
-  device.parent_id.Set(0);
-  device.Delete(connection_, {&device.parent_id});
-  EXPECT_FALSE(device.Exists(connection_, {&device.parent_id}));
-  EXPECT_FALSE(device.IsEmpty(connection_));
-  device.Delete(connection_, {});
-  EXPECT_TRUE(device.IsEmpty(connection_));
 }
 
 }  // namespace
