@@ -1,5 +1,6 @@
-// The C++ layer under the exported functions: the host value conventions,
-// Initialize's reading of the host's settings, and the library instance.
+// The C++ layer under the exported functions where a host cannot see into
+// it: Initialize's reading of the host's data-type table, and the handle
+// table when a file fails to close.
 
 #include <gtest/gtest.h>
 
@@ -7,29 +8,13 @@
 #include <cstring>
 
 #include "KrdFileLib/DataTypeRegistry.h"
-#include "KrdFileLib/Index/CommitLimits.h"
+#include "KrdFileLib/Errors.h"
 #include "KrdFileLibApi/HostSettings.h"
-#include "KrdFileLibApi/HostValues.h"
-#include "KrdFileLibApi/LibraryInstance.h"
+#include "KrdFileLibApi/KrfFileTable.h"
+#include "tests/TestSupport/Outcomes.h"
 
 namespace Varnholt::KrdFiles {
 namespace {
-
-template <typename Array, typename Element>
-std::vector<Element> TakeArray(Array** handle) {
-  std::vector<Element> elements((*handle)->elt, (*handle)->elt + (*handle)->dimSize);
-  HostAllocator::Process().Dispose(handle);
-  return elements;
-}
-
-TEST(HostValuesTest, ArraysAreStoredAsCountAndElements) {
-  KrdU16ArrayHandle shorts = nullptr;
-  KrdU32ArrayHandle longs = nullptr;
-  ASSERT_TRUE(StoreToHost(&shorts, std::vector<uint16_t>{1, 65535}));
-  ASSERT_TRUE(StoreToHost(&longs, std::vector<uint32_t>{}));
-  EXPECT_EQ((TakeArray<KrdU16Array, uint16_t>(shorts)), (std::vector<uint16_t>{1, 65535}));
-  EXPECT_EQ((TakeArray<KrdU32Array, uint32_t>(longs)), std::vector<uint32_t>{});
-}
 
 TEST(HostSettingsTest, ReadsColumnsZeroAndOneOfEachRowAndNothingOfANarrowerTable) {
   struct Case {
@@ -62,19 +47,20 @@ TEST(HostSettingsTest, ReadsColumnsZeroAndOneOfEachRowAndNothingOfANarrowerTable
   EXPECT_TRUE(ReadHostSettings(without_table).data_types.empty());
 }
 
-TEST(LibraryInstanceTest, InitializeFillsInTheHostsValuesAndTerminateStopsTheMaintenanceThread) {
-  LibraryInstance& library = LibraryInstance::Process();
-  library.Initialize({8192, {{5, 2}, {6, 8}, {5, 4}}, 12, 345});
-  EXPECT_EQ(library.Settings()->ReadChunkSize(), 8192u);
-  EXPECT_EQ(DataTypeRegistry::Process().SampleSize(5), 4u);
-  EXPECT_EQ(DataTypeRegistry::Process().SampleSize(6), 8u);
-  EXPECT_EQ(Index::StatementsPerCommit(), 12);
-  EXPECT_EQ(Index::CommitIntervalMs(), 345);
-  library.Initialize({4096, {}, 100, 10000});
-  EXPECT_FALSE(DataTypeRegistry::Process().IsRegistered(5));
-  EXPECT_TRUE(library.MaintenanceRunning());
-  library.Terminate();
-  EXPECT_FALSE(library.MaintenanceRunning());
+// A file whose Close fails, as one on a full disk does.
+class FailingToClose : public KrfFileBase {
+ public:
+  FailingToClose() : KrfFileBase("unused.krd", "unused.krq", nullptr, nullptr) {}
+  void Open() override {}
+  void Close() override { throw Errors::KrdFileNotOpen(); }
+};
+
+TEST(KrfFileTableTest, ASlotIsFreedEvenWhenTheFilesCloseFails) {
+  KrfFileTable table(std::make_shared<FileLibrarySettings>());
+  const uint32_t handle = table.Issue(std::make_shared<FailingToClose>());
+  EXPECT_EQ(Testing::Failure([&] { table.Close(handle); }).first, 37);
+  EXPECT_EQ(table.FileInSlot(handle - 1), nullptr);
+  EXPECT_EQ(table.Issue(std::make_shared<FailingToClose>()), handle);
 }
 
 }  // namespace

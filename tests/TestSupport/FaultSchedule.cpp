@@ -71,8 +71,6 @@ void FaultSchedule::Arm(const FaultPlan& plan) {
   plan_ = plan;
   armed_ = true;
   calls_ = 0;
-  data_file_calls_ = 0;
-  failures_ = 0;
 }
 
 void FaultSchedule::Disarm() {
@@ -83,16 +81,6 @@ void FaultSchedule::Disarm() {
 uint64_t FaultSchedule::Calls() const {
   const std::lock_guard lock(mutex_);
   return calls_;
-}
-
-uint64_t FaultSchedule::Calls(WriteSeam seam) const {
-  const std::lock_guard lock(mutex_);
-  return seam == WriteSeam::kDataFile ? data_file_calls_ : calls_ - data_file_calls_;
-}
-
-uint64_t FaultSchedule::Failures() const {
-  const std::lock_guard lock(mutex_);
-  return failures_;
 }
 
 bool FaultSchedule::Faulted(WriteCall call, uint64_t number) const {
@@ -112,9 +100,7 @@ FaultDecision FaultSchedule::Decide(WriteSeam seam, WriteCall call, std::size_t 
   const std::lock_guard lock(mutex_);
   if (!armed_) return {};
   const uint64_t number = ++calls_;
-  if (seam == WriteSeam::kDataFile) ++data_file_calls_;
   if (!Faulted(call, number) || (plan_.index_only && seam == WriteSeam::kDataFile)) return {};
-  ++failures_;
   FaultDecision decision;
   decision.fail = true;
   decision.crash = plan_.kind == FaultPlan::Kind::kCrash;

@@ -64,11 +64,8 @@ class FaultSchedule {
   void Arm(const FaultPlan& plan);
   // Lets every call through from now on; the counts stay readable.
   void Disarm();
-  // Calls numbered (all, or those to one file), and calls failed, since
-  // the last Arm.
+  // Calls numbered since the last Arm.
   uint64_t Calls() const;
-  uint64_t Calls(WriteSeam seam) const;
-  uint64_t Failures() const;
 
   // Numbers one call of `size` bytes (1 for a sync or truncation) and says
   // what happens to it. Calls made while disarmed are not numbered.
@@ -85,8 +82,6 @@ class FaultSchedule {
   FaultPlan plan_;
   bool armed_ = false;
   uint64_t calls_ = 0;
-  uint64_t data_file_calls_ = 0;
-  uint64_t failures_ = 0;
 };
 
 }  // namespace Varnholt::Testing
